@@ -11,7 +11,7 @@ namespace lx {
 /// What a type offers to travel as an Error: `typeName()` such as "OAuth2Error.credentialsNotFound" and a
 /// `description()` for people, which never holds a token or another secret.
 template <class E>
-concept ErrorRecord = std::copy_constructible<E> && requires(const E& e) {
+concept ErrorRecord = requires(const E& e) {
   { e.typeName() } -> std::convertible_to<std::string>;
   { e.description() } -> std::convertible_to<std::string>;
 };
@@ -32,8 +32,8 @@ std::string code(const E& error) {
 /// One owning value over any error record. Copies share the record, which never changes.
 class Error {
  public:
-  template <ErrorRecord E>
-    requires(!std::same_as<E, Error>)
+  template <class E>
+    requires(!std::same_as<E, Error> && ErrorRecord<E>)
   Error(E record) : record_(std::make_shared<const Holder<E>>(std::move(record))) {}
 
   /// The record, when it is of type E.

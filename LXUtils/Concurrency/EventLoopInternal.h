@@ -1,0 +1,50 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace lx {
+
+/// One thread that waits for file descriptors and deadlines. It starts with the first thing to wait for.
+class EventLoop {
+ public:
+  using Work = std::move_only_function<void()>;
+  using TimerID = std::uint64_t;
+  using Deadline = std::chrono::time_point<std::chrono::steady_clock, std::chrono::nanoseconds>;
+
+  EventLoop();
+  ~EventLoop();
+  EventLoop(const EventLoop&) = delete;
+  EventLoop& operator=(const EventLoop&) = delete;
+
+  /// Runs `work` on the loop's thread. Any thread. What is queued when the loop ends is destroyed on the ending thread.
+  void post(Work work);
+
+  /// As `post`; when called on the loop's thread, `work` runs at once.
+  void perform(Work work);
+
+  /// Runs `work` on the loop's thread at the deadline. Any thread.
+  TimerID addTimer(Deadline deadline, Work work);
+  void cancelTimer(TimerID timer);
+
+  /// Calls `handler` with the epoll events of `fd`. Watching a watched descriptor again replaces events and handler.
+  /// On the loop's thread only.
+  void watch(int fd, std::uint32_t events, std::function<void(std::uint32_t)> handler);
+  void unwatch(int fd);
+
+  bool isOnLoopThread() const;
+
+ private:
+  struct Core;
+  void startIfNeeded();
+
+  std::shared_ptr<Core> core_;
+  std::mutex startMutex_;
+  std::thread thread_;
+};
+
+}  // namespace lx

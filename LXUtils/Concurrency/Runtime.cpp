@@ -1,0 +1,109 @@
+#include <atomic>
+#include <utility>
+
+#include "LXUtils/Concurrency/RuntimeInternal.h"
+
+namespace lx {
+namespace {
+
+class LateJoiner {
+ public:
+  ~LateJoiner() { joinAll(); }
+
+  void add(std::thread thread) {
+    const std::lock_guard lock(mutex_);
+    threads_.push_back(std::move(thread));
+  }
+
+  void joinAll() {
+    std::vector<std::thread> threads;
+    {
+      const std::lock_guard lock(mutex_);
+      for (auto& thread : threads_) {
+        if (thread.get_id() != std::this_thread::get_id()) threads.push_back(std::move(thread));
+      }
+      std::erase_if(threads_, [](const std::thread& thread) { return !thread.joinable(); });
+    }
+    for (auto& thread : threads) thread.join();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::thread> threads_;
+};
+
+LateJoiner& lateJoiner() {
+  static LateJoiner joiner;
+  return joiner;
+}
+
+}  // namespace
+
+void joinLater(std::thread thread) { lateJoiner().add(std::move(thread)); }
+void joinEarlierThreads() { lateJoiner().joinAll(); }
+
+WorkerPool::WorkerPool() : core_(std::make_shared<Core>()) {}
+
+WorkerPool::~WorkerPool() {
+  std::deque<Work> dropped;
+  {
+    const std::lock_guard lock(core_->mutex);
+    core_->stopped = true;
+    dropped.swap(core_->work);
+  }
+  core_->wake.notify_all();
+  for (auto& thread : threads_) {
+    if (thread.get_id() == std::this_thread::get_id()) {
+      joinLater(std::move(thread));
+    } else {
+      thread.join();
+    }
+  }
+}
+
+void WorkerPool::run(Work work) {
+  const std::lock_guard lock(core_->mutex);
+  core_->work.push_back(std::move(work));
+  if (core_->waiting >= core_->work.size()) {
+    core_->wake.notify_one();
+  } else if (threads_.size() < threadCount) {
+    threads_.emplace_back([core = core_] { core->loop(); });
+  } else {
+    core_->wake.notify_one();
+  }
+}
+
+void WorkerPool::Core::loop() {
+  std::unique_lock lock(mutex);
+  while (true) {
+    while (work.empty() && !stopped) {
+      ++waiting;
+      wake.wait(lock);
+      --waiting;
+    }
+    if (stopped) return;
+    Work next = std::move(work.front());
+    work.pop_front();
+    lock.unlock();
+    next();
+    next = nullptr;
+    lock.lock();
+  }
+}
+
+std::shared_ptr<Runtime> Runtime::shared() {
+  static std::mutex mutex;
+  static std::weak_ptr<Runtime> current;
+  // Made before the first runtime, so that it outlives the last one.
+  lateJoiner();
+  const std::lock_guard lock(mutex);
+  auto runtime = current.lock();
+  if (!runtime) {
+    joinEarlierThreads();
+    runtime = std::make_shared<Runtime>();
+    current = runtime;
+  }
+  return runtime;
+}
+
+}  // namespace lx

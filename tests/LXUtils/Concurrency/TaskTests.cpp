@@ -1,0 +1,130 @@
+#include "LXUtils/Concurrency/Task.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+
+#include "LXUtils/Concurrency/OperationQueue.h"
+
+namespace lx {
+namespace {
+
+using ::testing::ElementsAre;
+
+struct Trouble {
+  int number;
+  std::string typeName() const { return "Trouble"; }
+  std::string description() const { return "trouble " + std::to_string(number); }
+  bool operator==(const Trouble&) const = default;
+};
+
+bool isCancelled(const auto& task) {
+  const auto result = task.result();
+  return result && !*result && result->error().template is<TaskError>(TaskError::cancelled);
+}
+
+TEST(Task, TransformationsCarryTheValueAndSkipOverAnError) {
+  Promise<int> good;
+  Promise<int> bad;
+  const auto pipeline = [](const Task<int>& task) {
+    return task.map([](int v) { return v + 1; })
+        .then([](int v) { return Task<std::string>::success(std::to_string(v)); })
+        .decode([](const std::string& text) -> Result<std::string> { return text + "!"; });
+  };
+  const auto first = pipeline(good.task());
+  const auto second = pipeline(bad.task());
+  good.complete(41);
+  bad.complete(fail(Trouble{7}));
+
+  EXPECT_EQ(first.result()->value(), "42!");
+  EXPECT_TRUE(second.result()->error().is(Trouble{7}));
+  EXPECT_EQ(second.catch_([](const Error&) { return Task<std::string>::success("mended"); }).result()->value(), "mended");
+}
+
+TEST(Task, CompletesOnceAndTellsObserversInTheirOrder) {
+  std::vector<std::string> seen;
+  Promise<int> promise;
+  const auto task = promise.task();
+  task.success([&](int v) { seen.push_back("value " + std::to_string(v)); });
+  task.failure([&](const Error&) { seen.push_back("never"); });
+  task.finally([&](const Result<int>& r) { seen.push_back(r ? "finally" : "never"); });
+  promise.complete(1);
+  promise.complete(2);
+  task.success([&](int v) { seen.push_back("late " + std::to_string(v)); });
+
+  EXPECT_THAT(seen, ElementsAre("value 1", "finally", "late 1"));
+}
+
+TEST(Task, IsCancelledWhenItsProducerDisappears) {
+  auto promise = std::make_unique<Promise<void>>();
+  const auto direct = promise->task();
+  const auto derived = direct.map([] { return 1; });
+  auto completion = std::move(*promise).completion();
+  promise.reset();
+  EXPECT_FALSE(direct.result());
+  completion = nullptr;
+
+  EXPECT_TRUE(isCancelled(direct));
+  EXPECT_TRUE(isCancelled(derived));
+}
+
+TEST(Task, CancelReachesTheProducerThroughEveryStageOnce) {
+  int cancels = 0;
+  Promise<int> outer;
+  Promise<int> inner;
+  outer.onCancel([&] { ++cancels; });
+  inner.onCancel([&] { cancels += 10; });
+  const auto beforeInner = outer.task().map([](int v) { return v; });
+  beforeInner.cancel();
+  beforeInner.cancel();
+  EXPECT_EQ(cancels, 1);
+
+  Promise<void> start;
+  const auto following = start.task().then([&] { return inner.task(); }).map([](int v) { return v; });
+  start.complete({});
+  following.cancel();
+  inner.complete(5);
+
+  EXPECT_EQ(cancels, 11);
+  EXPECT_TRUE(isCancelled(following));
+}
+
+TEST(Task, AGoneTargetSkipsSideEffectsAndCancelsWhereItsAnswerWasNeeded) {
+  auto target = std::make_shared<int>(3);
+  int calls = 0;
+  Promise<int> promise;
+  const auto effect = promise.task().success(std::weak_ptr(target), [&](int&, int) { ++calls; });
+  const auto needed = promise.task().map(std::weak_ptr(target), [&](int& t, int v) { return t + v; });
+  target.reset();
+  promise.complete(4);
+
+  EXPECT_EQ(calls, 0);
+  EXPECT_EQ(effect.result()->value(), 4);
+  EXPECT_TRUE(isCancelled(needed));
+}
+
+TEST(Task, AQueueIsAlwaysEnqueuedTo) {
+  const auto main = MainQueue::shared();
+  bool ran = false;
+  const auto task = Task<int>::success(1).finally([&](const Result<int>&) { ran = true; }, main);
+  EXPECT_FALSE(ran);
+  EXPECT_EQ(main->runUntil(task).value(), 1);
+  EXPECT_TRUE(ran);
+}
+
+TEST(Task, ObserversMayAttachAndCancelFromWithinAContinuation) {
+  Promise<int> promise;
+  const auto task = promise.task();
+  int nested = 0;
+  task.finally([&](const Result<int>&) {
+    task.cancel();
+    task.success([&](int v) { nested = v; });
+  });
+  promise.complete(9);
+  EXPECT_EQ(nested, 9);
+}
+
+}  // namespace
+}  // namespace lx
