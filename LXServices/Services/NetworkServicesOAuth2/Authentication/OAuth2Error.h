@@ -29,9 +29,9 @@ struct OAuth2Error {
       reason;
 
   static OAuth2Error lockFileCreationFailed(URL url) { return {LockFileCreationFailed{std::move(url)}}; }
-  static const OAuth2Error credentialsNotFound;
-  static const OAuth2Error credentialsRefreshWasCancelled;
-  static const OAuth2Error credentialsRefreshGenericError;
+  static OAuth2Error credentialsNotFound() { return {CredentialsNotFound{}}; }
+  static OAuth2Error credentialsRefreshWasCancelled() { return {CredentialsRefreshWasCancelled{}}; }
+  static OAuth2Error credentialsRefreshGenericError() { return {CredentialsRefreshGenericError{}}; }
 
   int codePrefix() const { return 3; }
   int codeSuffix() const;
@@ -39,9 +39,5 @@ struct OAuth2Error {
   std::string description() const;
   bool operator==(const OAuth2Error&) const = default;
 };
-
-inline const OAuth2Error OAuth2Error::credentialsNotFound{CredentialsNotFound{}};
-inline const OAuth2Error OAuth2Error::credentialsRefreshWasCancelled{CredentialsRefreshWasCancelled{}};
-inline const OAuth2Error OAuth2Error::credentialsRefreshGenericError{CredentialsRefreshGenericError{}};
 
 }  // namespace lx

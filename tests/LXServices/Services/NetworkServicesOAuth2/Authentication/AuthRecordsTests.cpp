@@ -108,7 +108,7 @@ TEST(AuthErrors, OnlyTheExactMessageCondemnsARefreshToken) {
     EXPECT_EQ(info->isInvalidRefreshToken(), c.isInvalid) << c.body;
     EXPECT_EQ(info->errorDescriptionDetails(), c.details);
   }
-  EXPECT_EQ(AuthenticationErrorInfo("m").errorDescriptionDetails(), "{ message: m }");
+  EXPECT_EQ(decodeJSON<AuthenticationErrorInfo>(R"({"message":"m"})")->errorDescriptionDetails(), "{ message: m }");
   EXPECT_FALSE(decodeJSON<AuthenticationErrorInfo>("{}"));
 }
 
@@ -142,9 +142,9 @@ TEST(OAuth2Error, CarriesItsCode) {
     OAuth2Error error;
     std::string_view code, name;
   } cases[] = {
-      {OAuth2Error::credentialsNotFound, "3-1", "OAuth2Error.credentialsNotFound"},
-      {OAuth2Error::credentialsRefreshWasCancelled, "3-2", "OAuth2Error.credentialsRefreshWasCancelled"},
-      {OAuth2Error::credentialsRefreshGenericError, "3-3", "OAuth2Error.credentialsRefreshGenericError"},
+      {OAuth2Error::credentialsNotFound(), "3-1", "OAuth2Error.credentialsNotFound"},
+      {OAuth2Error::credentialsRefreshWasCancelled(), "3-2", "OAuth2Error.credentialsRefreshWasCancelled"},
+      {OAuth2Error::credentialsRefreshGenericError(), "3-3", "OAuth2Error.credentialsRefreshGenericError"},
       {OAuth2Error::lockFileCreationFailed(*URL::make("file:///g/lock")), "3-4", "OAuth2Error.lockFileCreationFailed"},
   };
   for (const auto& c : cases) {
