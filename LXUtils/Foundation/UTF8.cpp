@@ -6,7 +6,8 @@ namespace lx {
 namespace {
 
 /// The length of the well-formed sequence that begins with `lead`, given the three bytes that follow (0 for none);
-/// 0 when there is none. The bounds of the second byte rule out overlong forms, surrogates and what lies above U+10FFFF.
+/// 0 when there is none. The bounds of the second byte rule out overlong forms, surrogates and what lies above
+/// U+10FFFF.
 std::size_t sequenceLength(unsigned char lead, const unsigned char* next) {
   const auto isTail = [next](std::size_t i) { return (next[i] & 0xC0U) == 0x80U; };
   if (lead >= 0xC2 && lead <= 0xDF) return isTail(0) ? 2 : 0;
@@ -34,7 +35,8 @@ bool isValidUTF8(std::string_view text) {
       continue;
     }
     unsigned char next[3] = {};
-    for (std::size_t k = 0; k < 3 && i + 1 + k < text.size(); ++k) next[k] = static_cast<unsigned char>(text[i + 1 + k]);
+    for (std::size_t k = 0; k < 3 && i + 1 + k < text.size(); ++k)
+      next[k] = static_cast<unsigned char>(text[i + 1 + k]);
     const std::size_t length = sequenceLength(lead, next);
     if (length == 0) return false;
     i += length;

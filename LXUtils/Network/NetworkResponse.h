@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "LXUtils/Foundation/Data.h"
+#include "LXUtils/Foundation/URL.h"
+#include "LXUtils/Network/HTTPHeaders.h"
+
+namespace lx {
+
+struct HTTPCookie;
+
+/// The answer of a server, whatever its status.
+struct NetworkResponse {
+  int statusCode = 0;
+  HTTPHeaders headers;
+  std::optional<Data> body;  ///< absent when the server sent no byte
+  URL url;                   ///< where the answer came from, after redirects
+
+  /// True for the statuses 200 to 299.
+  bool isSuccess() const { return statusCode >= 200 && statusCode < 300; }
+
+  /// True for the status 401.
+  bool isUnauthorized() const { return statusCode == 401; }
+
+  /// The cookies of the response's own Set-Cookie headers, in their order, whatever a jar makes of them.
+  std::vector<HTTPCookie> cookies() const;
+
+  /// The value of the last cookie of that name: a later Set-Cookie replaces an earlier one.
+  std::optional<std::string> cookieValue(HTTPCookieName name) const;
+};
+
+}  // namespace lx
