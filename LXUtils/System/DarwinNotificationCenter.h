@@ -31,7 +31,8 @@ class DarwinNotificationCenter {
   virtual void post(const std::string& name) = 0;
 
   /// The center of a folder, which is created with mode 0700 if it is missing, in one that must exist. The same folder
-  /// gives the same center as long as somebody holds it; with the center go its observers.
+  /// gives the same center as long as somebody holds it; its observers go with it, though only `removeObserver` says
+  /// when.
   ///
   /// Each name has a file there that grows by one byte a post: its size is the number of posts so far. Posting
   /// therefore needs no lock, an observer knows what was posted before it came, and one that dies leaves nothing
