@@ -1,0 +1,129 @@
+#include "LXUtils/Network/NetworkServiceImpl.h"
+
+#include <optional>
+#include <utility>
+
+namespace lx {
+
+// The identity of a call, which also holds the transfer that is under way for it.
+class NetworkServiceImpl::Call final : public RequestIdentity {
+ public:
+  void setTransfer(const Task<NetworkResponse>& transfer) {
+    transfer_.withLock([&](auto& current) { current = transfer; });
+    // The call may have been cancelled while its request was on the way to the session.
+    if (hasEnded()) transfer.cancel();
+  }
+
+  void cancelTransfer() {
+    const auto transfer = transfer_.withLock([](auto& current) { return std::exchange(current, std::nullopt); });
+    if (transfer) transfer->cancel();
+  }
+
+ private:
+  Protected<std::optional<Task<NetworkResponse>>> transfer_;
+};
+
+std::shared_ptr<NetworkServiceImpl> NetworkServiceImpl::make(std::shared_ptr<URLSession> session,
+                                                             std::shared_ptr<RequestAuthorizer> requestAuthorizer,
+                                                             QueueRef delegateQueue, Logger logger) {
+  return std::shared_ptr<NetworkServiceImpl>(
+      new NetworkServiceImpl(std::move(session), std::move(requestAuthorizer), std::move(delegateQueue), logger));
+}
+
+NetworkServiceImpl::NetworkServiceImpl(std::shared_ptr<URLSession> session,
+                                       std::shared_ptr<RequestAuthorizer> requestAuthorizer, QueueRef delegateQueue,
+                                       Logger logger)
+    : session_(std::move(session)),
+      requestAuthorizer_(std::move(requestAuthorizer)),
+      delegateQueue_(std::move(delegateQueue)),
+      logger_(logger) {}
+
+void NetworkServiceImpl::setRequestRetrier(std::shared_ptr<RequestRetrier> retrier) {
+  retrier_.withLock([&](auto& current) { current.swap(retrier); });
+}
+
+Task<NetworkResponse> NetworkServiceImpl::authorizeAndLoad(URLRequest request) {
+  return startCall(std::move(request), &NetworkServiceImpl::authorizeAndSend);
+}
+
+Task<NetworkResponse> NetworkServiceImpl::load(URLRequest request) {
+  return startCall(std::move(request), &NetworkServiceImpl::send);
+}
+
+void NetworkServiceImpl::authorizeAndLoad(URLRequest request, Completion<NetworkResponse> completion) {
+  if (request.identity) return authorizeAndSend(std::move(request), std::move(completion));
+  authorizeAndLoad(std::move(request)).finally(std::move(completion));
+}
+
+void NetworkServiceImpl::load(URLRequest request, Completion<NetworkResponse> completion) {
+  if (request.identity) return send(std::move(request), std::move(completion));
+  load(std::move(request)).finally(std::move(completion));
+}
+
+Task<NetworkResponse> NetworkServiceImpl::startCall(URLRequest request, Attempt attempt) {
+  const auto call = std::make_shared<Call>();
+  request.identity = call;
+  Promise<NetworkResponse> promise;
+  const auto task = promise.task();
+  const auto self = weak_from_this();
+  promise.onCancel([self, request] {
+    if (const auto alive = self.lock()) alive->endCall(request);
+  });
+  (this->*attempt)(request,
+                   [self, request, promise = std::move(promise)](Result<NetworkResponse> result) mutable {
+                     if (const auto alive = self.lock()) alive->endCall(request);
+                     promise.complete(std::move(result));
+                   });
+  return task;
+}
+
+void NetworkServiceImpl::endCall(const URLRequest& request) {
+  request.identity->end();
+  static_cast<Call&>(*request.identity).cancelTransfer();
+  if (const auto retrier = retrier_.withLock([](const auto& current) { return current; })) {
+    retrier->requestDidEnd(request);
+  }
+}
+
+void NetworkServiceImpl::authorizeAndSend(URLRequest request, Completion<NetworkResponse> completion) {
+  requestAuthorizer_->authorize(
+      std::move(request),
+      [self = weak_from_this(), completion = std::move(completion)](Result<URLRequest> authorized) mutable {
+        const auto alive = self.lock();
+        if (!alive) return;
+        if (authorized) return alive->send(*std::move(authorized), std::move(completion));
+        alive->delegateQueue_->async([completion = std::move(completion), error = authorized.error()]() mutable {
+          completion(fail(std::move(error)));
+        });
+      });
+}
+
+void NetworkServiceImpl::send(URLRequest request, Completion<NetworkResponse> completion) {
+  // Nobody waits any more: letting go of the completion ends the call's bookkeeping.
+  if (request.identity->hasEnded()) return;
+  const auto call = std::static_pointer_cast<Call>(request.identity);
+  const auto transfer = session_->send(request);
+  call->setTransfer(transfer);
+  transfer.finally(
+      weak_from_this(),
+      [request = std::move(request), completion = std::move(completion)](
+          NetworkServiceImpl& self, const Result<NetworkResponse>& outcome) mutable {
+        self.judge(std::move(request), outcome, std::move(completion));
+      },
+      delegateQueue_);
+}
+
+void NetworkServiceImpl::judge(URLRequest request, const Result<NetworkResponse>& outcome,
+                               Completion<NetworkResponse> completion) {
+  const auto retrier = retrier_.withLock([](const auto& current) { return current; });
+  // A cancelled transfer is no failure of the request, so there is nothing to try again.
+  const bool isCancelled = !outcome && outcome.error().is(TaskError::cancelled);
+  if (!retrier || isCancelled) return completion(outcome);
+  if (outcome) {
+    retrier->retryIfNeeded(delegateQueue_, std::move(request), *outcome, std::move(completion));
+  } else {
+    retrier->retryIfNeeded(delegateQueue_, std::move(request), outcome.error(), std::move(completion));
+  }
+}
+
+}  // namespace lx
