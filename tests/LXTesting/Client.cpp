@@ -24,7 +24,7 @@ std::string between(const std::string& text, const std::string& begin, const std
 
 std::string Answer::header(const std::string& name) const { return between(headers, "\r\n" + name + ": ", "\r"); }
 std::string Answer::cookie(const std::string& name) const {
-  return between(headers, "\r\nSet-Cookie: " + name + "=", ";\r");
+  return between(headers, "\r\nSet-Cookie: " + name + "=", "\r");
 }
 
 std::string Answer::json(const std::string& key) const {
