@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -24,8 +25,9 @@ std::string rfc3339(Date date);
 std::string formatTimestamp(Date date);
 std::optional<Date> parseTimestamp(std::string_view text);
 
-/// The HTTP date of RFC 9110, section 5.6.7 ("Wed, 21 Oct 2015 07:28:00 GMT"); "+0000" is read as GMT. Strict, in
-/// English names whatever the locale. The result has whole seconds.
+/// The HTTP date of RFC 9110, section 5.6.7 ("Wed, 21 Oct 2015 07:28:00 GMT"). "+0000" is read as GMT, and a day of one
+/// digit is read too. Otherwise strict, the weekday included, in English names whatever the locale. The result has
+/// whole seconds.
 std::string formatHTTPDate(Date date);
 std::optional<Date> parseHTTPDate(std::string_view text);
 
