@@ -1,24 +1,22 @@
 #pragma once
 
 #include <array>
-#include <optional>
-#include <string_view>
+
+#include "LXUtils/Foundation/RawValue.h"
 
 namespace lx {
 
 /// The activities that the keyboard and the app hand to each other through the system.
 enum class LexiconiaUserActivity { documentHandoff, finishKeyboardInstallation, documentOpenInNewWindow };
 
-inline constexpr std::array allLexiconiaUserActivities{
-    LexiconiaUserActivity::documentHandoff,
-    LexiconiaUserActivity::finishKeyboardInstallation,
-    LexiconiaUserActivity::documentOpenInNewWindow,
+/// All activities with the types by which the system knows them.
+template <>
+struct RawValues<LexiconiaUserActivity> {
+  static constexpr std::array rows{
+      RawValueRow{LexiconiaUserActivity::documentHandoff, "com.lexiconia.keyboard.document.handoff"},
+      RawValueRow{LexiconiaUserActivity::finishKeyboardInstallation, "com.lexiconia.keyboard.instructions.finish"},
+      RawValueRow{LexiconiaUserActivity::documentOpenInNewWindow, "com.lexiconia.keyboard.document.multiwindow.open"},
+  };
 };
-
-/// The activity's type as the system knows it.
-std::string_view rawValue(LexiconiaUserActivity activity);
-
-/// The activity of a type; nothing for a type that is not ours.
-std::optional<LexiconiaUserActivity> lexiconiaUserActivity(std::string_view rawValue);
 
 }  // namespace lx

@@ -1,0 +1,147 @@
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <system_error>
+#include <utility>
+
+#include <sys/epoll.h>
+#include <sys/inotify.h>
+
+#include "LXUtils/Concurrency/RuntimeInternal.h"
+#include "LXUtils/Foundation/ClockInternal.h"
+#include "LXUtils/Logging/Logger.h"
+#include "LXUtils/System/FolderWatchInternal.h"
+
+namespace lx {
+namespace {
+
+constexpr Logger logger("system");
+
+}  // namespace
+
+std::shared_ptr<FolderWatch> FolderWatch::shared() {
+  static std::mutex mutex;
+  static std::weak_ptr<FolderWatch> current;
+  const std::lock_guard lock(mutex);
+  auto watch = current.lock();
+  if (!watch) {
+    watch = std::make_shared<FolderWatch>();
+    watch->start();
+    current = watch;
+  }
+  return watch;
+}
+
+FolderWatch::FolderWatch() : runtime_(Runtime::shared()), inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
+
+FolderWatch::~FolderWatch() {
+  if (!inotify_.isOpen()) return;
+  // A loop that ends before it comes to this closes the descriptor all the same.
+  auto& loop = runtime_->eventLoop();
+  loop.perform([&loop, inotify = std::move(inotify_)] { loop.unwatch(inotify.get()); });
+}
+
+void FolderWatch::start() {
+  if (!inotify_.isOpen()) {
+    static std::atomic<bool> isLogged{false};
+    if (!isLogged.exchange(true)) {
+      logger.log(3, "No file system notifications, looking every 100 ms", std::generic_category().message(errno),
+                 "start()");
+    }
+    return;
+  }
+  runtime_->eventLoop().perform([weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->runtime_->eventLoop().watch(self->inotify_.get(), EPOLLIN, [weak](std::uint32_t) {
+      if (const auto alive = weak.lock()) alive->readEvents();
+    });
+  });
+}
+
+bool FolderWatch::tryToWatch(Entry& entry) {
+  if (!inotify_.isOpen()) return false;
+  entry.watch = inotify_add_watch(inotify_.get(), entry.folder.c_str(), IN_MODIFY | IN_ONLYDIR);
+  return entry.watch != unwatched;
+}
+
+void FolderWatch::add(const std::string& folder, const std::shared_ptr<FolderListener>& listener) {
+  const std::lock_guard lock(mutex_);
+  Entry entry{folder, listener.get(), listener, unwatched};
+  const bool isWatched = tryToWatch(entry);
+  entries_.push_back(std::move(entry));
+  if (!isWatched) pollLater();
+}
+
+void FolderWatch::remove(const FolderListener* listener) {
+  const std::lock_guard lock(mutex_);
+  const auto found = std::ranges::find(entries_, listener, &Entry::identity);
+  if (found == entries_.end()) return;
+  const int watch = found->watch;
+  entries_.erase(found);
+  // The kernel numbers folders, not calls: the next listener to this folder may have come already.
+  if (watch != unwatched && std::ranges::find(entries_, watch, &Entry::watch) == entries_.end()) {
+    inotify_rm_watch(inotify_.get(), watch);
+  }
+}
+
+void FolderWatch::readEvents() {
+  alignas(inotify_event) std::array<char, 16 * 1024> buffer;
+  // What does not fit makes the loop call again, after whatever else is ready.
+  const auto size = read(inotify_.get(), buffer.data(), buffer.size());
+  for (std::size_t offset = 0; size > 0 && offset < static_cast<std::size_t>(size);) {
+    const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + offset);
+    dispatch(event->wd, event->mask, event->len > 0 ? event->name : std::string_view());
+    offset += sizeof(inotify_event) + event->len;
+  }
+}
+
+void FolderWatch::dispatch(int watch, std::uint32_t mask, std::string_view name) {
+  const bool isOverflow = (mask & IN_Q_OVERFLOW) != 0;
+  // Released after the lock: this thread may be the last to hold one, which then takes itself off the list.
+  Listeners listeners;
+  {
+    const std::lock_guard lock(mutex_);
+    for (auto& entry : entries_) {
+      if (entry.watch != watch && !isOverflow) continue;
+      if (auto listener = entry.listener.lock()) listeners.push_back(std::move(listener));
+      if ((mask & IN_IGNORED) != 0) {
+        entry.watch = unwatched;
+        pollLater();
+      }
+    }
+  }
+  for (const auto& listener : listeners) {
+    if (isOverflow) {
+      listener->anyFileMayHaveChanged();
+    } else if (!name.empty()) {
+      listener->fileHasChanged(name);
+    }
+  }
+}
+
+void FolderWatch::pollLater() {
+  if (std::exchange(isPolling_, true)) return;
+  runtime_->eventLoop().addTimer(systemSteadyNow() + pollInterval, [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->poll();
+  });
+}
+
+void FolderWatch::poll() {
+  Listeners listeners;
+  {
+    const std::lock_guard lock(mutex_);
+    isPolling_ = false;
+    for (auto& entry : entries_) {
+      auto listener = entry.listener.lock();
+      if (!listener || entry.watch != unwatched) continue;
+      // Watched first and looked at afterwards, so that nothing falls between.
+      if (!tryToWatch(entry)) pollLater();
+      listeners.push_back(std::move(listener));
+    }
+  }
+  for (const auto& listener : listeners) listener->anyFileMayHaveChanged();
+}
+
+}  // namespace lx

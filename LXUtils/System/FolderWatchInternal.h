@@ -1,0 +1,69 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "LXUtils/System/FileDescriptorInternal.h"
+
+namespace lx {
+
+class Runtime;
+
+/// Who wants to know that files in a folder have been written. Called on the event loop's thread, without locks.
+class FolderListener {
+ public:
+  virtual ~FolderListener() = default;
+  virtual void fileHasChanged(std::string_view name) = 0;
+  virtual void anyFileMayHaveChanged() = 0;
+};
+
+/// The one watch of the process over all folders that somebody listens to: an inotify instance on the event loop. A
+/// folder that it cannot watch (no instance left, or the folder is gone) is tried again every 100 ms, and its listener
+/// is told each time that anything may have changed.
+class FolderWatch final : public std::enable_shared_from_this<FolderWatch> {
+ public:
+  static std::shared_ptr<FolderWatch> shared();
+
+  FolderWatch();
+  ~FolderWatch();
+  FolderWatch(const FolderWatch&) = delete;
+  FolderWatch& operator=(const FolderWatch&) = delete;
+
+  /// No write after the return of this call goes unreported.
+  void add(const std::string& folder, const std::shared_ptr<FolderListener>& listener);
+
+  /// To be called by the listener when it goes; compares addresses alone.
+  void remove(const FolderListener* listener);
+
+ private:
+  struct Entry {
+    std::string folder;
+    const FolderListener* identity;
+    std::weak_ptr<FolderListener> listener;
+    int watch;  // the kernel's number, or unwatched
+  };
+  using Listeners = std::vector<std::shared_ptr<FolderListener>>;
+
+  static constexpr int unwatched = -1;
+  static constexpr std::chrono::milliseconds pollInterval{100};
+
+  void start();
+  bool tryToWatch(Entry& entry);
+  void readEvents();
+  void dispatch(int watch, std::uint32_t mask, std::string_view name);
+  void pollLater();
+  void poll();
+
+  const std::shared_ptr<Runtime> runtime_;
+  FileDescriptor inotify_;
+  std::mutex mutex_;
+  std::vector<Entry> entries_;
+  bool isPolling_ = false;
+};
+
+}  // namespace lx
