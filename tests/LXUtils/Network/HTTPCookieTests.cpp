@@ -189,7 +189,7 @@ TEST(HTTPCookieStorage, KeepsWithinItsLimitsAndDropsTheLeastRecentlyUsed) {
   EXPECT_EQ(jar.sent("http://b.com/1"), "another=1");
 
   for (std::size_t i = 0; i < HTTPCookieStorage::maximumTotal; ++i) {
-    jar.receive("http://h" + std::to_string(i) + ".com/", {"c=1"});
+    jar.receive("https://h" + std::to_string(i) + ".com/", {"c=1"});
   }
   EXPECT_EQ(jar.storage.all().size(), HTTPCookieStorage::maximumTotal);
 }
