@@ -119,7 +119,7 @@ std::optional<OAuth2Credentials> OAuth2CredentialsServiceImpl::loadForCaller(Mut
                                                                              Completion<T>& completion, LogSite site) {
   auto stored = loadCredentials(state);
   if (stored && *stored) return *std::move(stored);
-  const Error error = stored ? Error(OAuth2Error::credentialsNotFound) : stored.error();
+  const Error error = stored ? Error(OAuth2Error::credentialsNotFound()) : stored.error();
   if (stored) {
     log(effects, 4, "Credentials not found", site);
   } else {
@@ -145,7 +145,10 @@ Result<std::optional<OAuth2Credentials>> OAuth2CredentialsServiceImpl::loadCrede
 
 void OAuth2CredentialsServiceImpl::start(MutableState& state, const OAuth2Credentials& credentials) {
   state.state = State::refreshingToken;
-  state.refresh = Refresh{.epoch = state.refresh.epoch + 1, .credentials = credentials};
+  Refresh refresh;
+  refresh.epoch = state.refresh.epoch + 1;
+  refresh.credentials = credentials;
+  state.refresh = std::move(refresh);
   schedule(state.refresh.epoch, &OAuth2CredentialsServiceImpl::refreshStep);
 }
 
@@ -320,7 +323,7 @@ void OAuth2CredentialsServiceImpl::poll(MutableState& state, Effects& effects) {
       return effects.add([self = shared_from_this(), epoch = state.refresh.epoch, delay] { self->pollAfter(delay, epoch); });
     }
     effects.add([manager = tokenRefreshNotificationsManager_] { manager->removeObservers(); });
-    return finish(state, effects, fail(OAuth2Error::credentialsRefreshGenericError), Notification::none);
+    return finish(state, effects, fail(OAuth2Error::credentialsRefreshGenericError()), Notification::none);
   }
   state.refresh.ownsFileLock = locked.has_value();
   if (!locked) log(effects, 4, "Did fail to acquire file lock", locked.error(), "refreshStep(credentials:)");
@@ -384,7 +387,7 @@ void OAuth2CredentialsServiceImpl::failWithoutCredentials(MutableState& state, E
                                                           const Result<std::optional<OAuth2Credentials>>& stored) {
   if (!stored) return handleRefreshFailure(state, effects, stored.error());
   log(effects, 4, "Credentials not found", "handleRefreshSuccessNotificationFromAnotherProcess()");
-  handleRefreshFailure(state, effects, OAuth2Error::credentialsNotFound);
+  handleRefreshFailure(state, effects, OAuth2Error::credentialsNotFound());
 }
 
 // --- Back to idle ----------------------------------------------------------------------------------------------------
@@ -462,13 +465,13 @@ Task<void> OAuth2CredentialsServiceImpl::revokeCredentials() {
   if (stored && *stored) return tokenRefreshService_->revoke(**stored);
   if (!stored) return Task<void>::failure(stored.error());
   logger_.log(4, "Credentials to revoke not found", "revokeCredentials()");
-  return Task<void>::failure(OAuth2Error::credentialsNotFound);
+  return Task<void>::failure(OAuth2Error::credentialsNotFound());
 }
 
 // Runs on the work queue, so that whatever refresh comes next takes its first step after this.
 void OAuth2CredentialsServiceImpl::cancelOngoingRefresh(const Refresh& refresh, Pending pending) {
   if (refresh.refreshTask) refresh.refreshTask->cancel();
-  deliver(std::move(pending), fail(refresh.decidedFailure.value_or(OAuth2Error::credentialsRefreshWasCancelled)),
+  deliver(std::move(pending), fail(refresh.decidedFailure.value_or(OAuth2Error::credentialsRefreshWasCancelled())),
           Notification::failure);
   tokenRefreshNotificationsManager_->removeObservers();
   endBackgroundTask(refresh.backgroundTaskIdentifier);

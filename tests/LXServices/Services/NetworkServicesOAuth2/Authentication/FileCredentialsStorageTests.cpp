@@ -1,0 +1,168 @@
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "LXServices/Services/NetworkServicesOAuth2/Authentication/FileCredentialsStorage.h"
+
+#include "TemporaryFolder.h"
+
+namespace lx {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::UnorderedElementsAre;
+
+OAuth2Credentials credentials(const std::string& name) {
+  return {"access-" + name, "refresh-" + name, Date(std::chrono::microseconds(1'700'000'000'123'457))};
+}
+
+// Two processes of one group, as far as the files are concerned.
+struct CredentialsStores : testing::Test {
+  std::shared_ptr<FileCredentialsStorage> make() const { return FileCredentialsStorage::make(folder).value(); }
+  std::string file(const std::string& name) const { return folder + "/" + name; }
+  void write(const std::string& name, std::string_view text) const { std::ofstream(file(name)) << text; }
+
+  const TemporaryFolder parent;
+  const std::string folder = parent.file("group");
+  const std::shared_ptr<FileCredentialsStorage> mine = make();
+  const std::shared_ptr<FileCredentialsStorage> theirs = make();
+};
+
+TEST_F(CredentialsStores, ShareEveryRecord) {
+  EXPECT_EQ(mine->loadOAuth2Credentials().value(), std::nullopt);
+  EXPECT_EQ(mine->loadLegacyAuthData().value(), std::nullopt);
+  EXPECT_EQ(mine->loadDeviceAuthData().value(), DeviceAuthData::empty);
+  EXPECT_EQ(mine->currentUser().value(), std::nullopt);
+
+  const UserAuthData legacy{"lxauth", "csrf", std::nullopt};
+  ASSERT_TRUE(theirs->storeOAuth2Credentials(credentials("1")));
+  ASSERT_TRUE(theirs->storeLegacyAuthData(legacy));
+  ASSERT_TRUE(theirs->storeDeviceAuthData({"device"}));
+  ASSERT_TRUE(theirs->storeUser(UserModel::example()));
+  EXPECT_EQ(mine->loadOAuth2Credentials().value(), credentials("1"));
+  EXPECT_EQ(mine->loadLegacyAuthData().value(), legacy);
+  EXPECT_EQ(mine->trustedDeviceID(), "device");
+  EXPECT_EQ(mine->currentUser().value(), UserModel::example().withAuth(UserAuthData::empty));
+
+  std::vector<std::string> files;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    files.push_back(entry.path().filename());
+    EXPECT_EQ(entry.status().permissions(), std::filesystem::perms(0600)) << entry;
+  }
+  EXPECT_THAT(files, UnorderedElementsAre("credentials.json", "legacy.json", "device.json", "user.json"));
+  EXPECT_EQ(std::filesystem::status(folder).permissions(), std::filesystem::perms(0700));
+
+  ASSERT_TRUE(theirs->storeOAuth2Credentials(std::nullopt));
+  ASSERT_TRUE(theirs->storeOAuth2Credentials(std::nullopt));
+  EXPECT_EQ(mine->loadOAuth2Credentials().value(), std::nullopt);
+}
+
+TEST_F(CredentialsStores, SeeEachReplacementAtOnce) {
+  for (int i = 100; i < 300; ++i) {
+    ASSERT_TRUE(theirs->storeOAuth2Credentials(credentials(std::to_string(i))));
+    ASSERT_EQ(mine->loadOAuth2Credentials().value(), credentials(std::to_string(i)));
+    ASSERT_EQ(mine->loadOAuth2Credentials().value(), credentials(std::to_string(i)));
+  }
+}
+
+TEST_F(CredentialsStores, ReadWholeRecordsBesideAWriter) {
+  ASSERT_TRUE(theirs->storeOAuth2Credentials(credentials("0")));
+  std::jthread writer([&](const std::stop_token& stop) {
+    for (int i = 0; !stop.stop_requested(); ++i) {
+      EXPECT_TRUE(
+          theirs->storeOAuth2Credentials(credentials(std::string(static_cast<std::size_t>(i % 3) * 3000, 'x'))));
+    }
+  });
+  for (int i = 0; i < 2000; ++i) {
+    const auto loaded = mine->loadOAuth2Credentials();
+    ASSERT_TRUE(loaded) << loaded.error().description();
+    ASSERT_TRUE(*loaded);
+  }
+}
+
+TEST_F(CredentialsStores, DropEchoes) {
+  ASSERT_TRUE(theirs->storeOAuth2Credentials(credentials("1")));
+  ASSERT_EQ(mine->loadOAuth2Credentials().value(), credentials("1"));
+  ASSERT_TRUE(theirs->storeOAuth2Credentials(credentials("2")));
+  EXPECT_TRUE(mine->storeOAuth2Credentials(credentials("1")));
+  EXPECT_EQ(theirs->loadOAuth2Credentials().value(), credentials("2"));
+
+  ASSERT_EQ(mine->loadOAuth2Credentials().value(), credentials("2"));
+  ASSERT_TRUE(theirs->storeOAuth2Credentials(std::nullopt));
+  ASSERT_EQ(mine->loadOAuth2Credentials().value(), std::nullopt);
+  EXPECT_TRUE(mine->storeOAuth2Credentials(credentials("2")));
+  EXPECT_EQ(theirs->loadOAuth2Credentials().value(), std::nullopt) << "a sign-out was undone";
+}
+
+TEST_F(CredentialsStores, TakeBackWhatTheyHadLoadedAfterAnOwnChange) {
+  ASSERT_TRUE(theirs->storeOAuth2Credentials(credentials("1")));
+  ASSERT_EQ(mine->loadOAuth2Credentials().value(), credentials("1"));
+  for (const auto& change : {std::optional(credentials("2")), std::optional<OAuth2Credentials>()}) {
+    ASSERT_TRUE(mine->storeOAuth2Credentials(change));
+    ASSERT_TRUE(mine->storeOAuth2Credentials(credentials("1")));
+    EXPECT_EQ(mine->loadOAuth2Credentials().value(), credentials("1"));
+  }
+}
+
+TEST_F(CredentialsStores, NeverTakeADamagedFileForAnAbsentOne) {
+  const struct {
+    std::string text;
+    const char* error;
+    const char* description;
+  } cases[] = {
+      {"", "FileCredentialsStorageError.malformed", "credentials.json is damaged ("},
+      {R"({"version":1,"accessToken":"secret)", "FileCredentialsStorageError.malformed", "damaged"},
+      {R"({"accessToken":"secret","refreshToken":"secret"})", "FileCredentialsStorageError.malformed",
+       "expirationDate"},
+      {R"({"version":2,"tokens":["secret"]})", "FileCredentialsStorageError.unsupportedVersion", "of a later version"},
+      {std::string(FileCredentialsStorage::maximumFileSize + 1, ' '), "AtomicFileError.tooLarge", "too large"},
+  };
+  for (const auto& [text, error, description] : cases) {
+    write("credentials.json", text);
+    const auto loaded = mine->loadOAuth2Credentials();
+    ASSERT_FALSE(loaded) << text;
+    EXPECT_EQ(loaded.error().typeName(), error);
+    EXPECT_THAT(loaded.error().description(), HasSubstr(description));
+    EXPECT_THAT(loaded.error().description(), Not(HasSubstr("secret")));
+  }
+  write("credentials.json", R"({"accessToken":"access","refreshToken":"refresh","expirationDate":0})");
+  EXPECT_EQ(mine->loadOAuth2Credentials().value(), (OAuth2Credentials{"access", "refresh", referenceDate}));
+
+  std::filesystem::create_directory(file("device.json"));
+  EXPECT_EQ(mine->loadDeviceAuthData().error().typeName(), "AtomicFileError.unreadable");
+  EXPECT_EQ(mine->trustedDeviceID(), std::nullopt);
+}
+
+TEST_F(CredentialsStores, TellWhenTheyCannotWriteAndWriteLater) {
+  ASSERT_TRUE(mine->storeOAuth2Credentials(credentials("1")));
+  ASSERT_TRUE(mine->loadOAuth2Credentials().value());
+  std::filesystem::rename(folder, parent.file("elsewhere"));
+  EXPECT_EQ(mine->storeOAuth2Credentials(credentials("2")).error().typeName(), "AtomicFileError.unwritable");
+  std::filesystem::rename(parent.file("elsewhere"), folder);
+  EXPECT_EQ(mine->loadOAuth2Credentials().value(), credentials("1"));
+  EXPECT_TRUE(mine->storeOAuth2Credentials(credentials("2")));
+  EXPECT_EQ(theirs->loadOAuth2Credentials().value(), credentials("2"));
+  EXPECT_FALSE(FileCredentialsStorage::make(parent.file("missing/group")));
+}
+
+TEST_F(CredentialsStores, ClearAwayWhatKilledWritersLeftBehind) {
+  write(".credentials.json.killed", "secret");
+  write(".credentials.json.living", "secret");
+  const int living = open(file(".credentials.json.living").c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(flock(living, LOCK_EX), 0);
+  ASSERT_TRUE(mine->storeOAuth2Credentials(credentials("1")));
+  EXPECT_FALSE(std::filesystem::exists(file(".credentials.json.killed")));
+  EXPECT_TRUE(std::filesystem::exists(file(".credentials.json.living")));
+  close(living);
+}
+
+}  // namespace
+}  // namespace lx
