@@ -216,7 +216,10 @@ bool decodeValue(JSONValue value, T& out, DecodingError& error) {
       out = std::move(*decoded);
       return true;
     } else {
-      return decodeValue<Format>(value, out.emplace(), error);
+      // Not emplace(): to clang, a nested struct with initialisers was not default-constructible within its enclosing
+      // class, and the optional remembers that.
+      out = Wrapped{};
+      return decodeValue<Format>(value, *out, error);
     }
   } else if constexpr (isVector<T>) {
     return decodeElements<Format>(value, out, error);
@@ -364,8 +367,8 @@ Result<T> decodeJSON(JSONValue value) {
     if (decoded) return std::move(*decoded);
     error.fault = decoded.error();
   } else {
-    T out{};
-    if (coding::decodeValue<StandardFormat>(value, out, error)) return out;
+    Result<T> result{T{}};
+    if (coding::decodeValue<StandardFormat>(value, *result, error)) return result;
   }
   return fail(std::move(error));
 }

@@ -53,7 +53,10 @@ void prependKey(std::string& path, std::string_view key) {
 
 void prependIndex(std::string& path, std::size_t index) {
   if (!path.empty() && path.front() != '[') path.insert(path.begin(), '.');
-  path.insert(0, "[" + std::to_string(index) + "]");
+  std::string text = std::to_string(index);
+  text.insert(text.begin(), '[');
+  text += ']';
+  path.insert(0, text);
 }
 
 }  // namespace lx

@@ -10,7 +10,15 @@
 namespace lx {
 namespace {
 
-constexpr bool needsEscape(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
+/// The bytes that end a run that can be copied as it is: those that need an escape, and those outside ASCII, which call
+/// for a look at the encoding.
+constexpr std::array<bool, 256> endsPlainRun = [] {
+  std::array<bool, 256> table{};
+  for (std::size_t byte = 0; byte < table.size(); ++byte) {
+    table[byte] = byte < 0x20 || byte == '"' || byte == '\\' || byte >= 0x80;
+  }
+  return table;
+}();
 
 void appendEscaped(std::string& out, char c) {
   constexpr std::string_view digits = "0123456789abcdef";
@@ -53,6 +61,11 @@ void appendNumber(std::string& out, Args... args) {
 }
 
 }  // namespace
+
+JSONWriter::JSONWriter() {
+  constexpr std::size_t usualBody = 512;
+  text_.reserve(usualBody);
+}
 
 void JSONWriter::beginObject() {
   separate();
@@ -135,11 +148,17 @@ void JSONWriter::separate() {
 }
 
 void JSONWriter::quote(std::string_view text) {
-  if (!isValidUTF8(text)) return failWith(EncodingFault::notUTF8);
   text_ += '"';
+  bool isChecked = false;
   std::size_t run = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (!needsEscape(text[i])) continue;
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if (!endsPlainRun[byte]) continue;
+    if (byte >= 0x80) {
+      if (!isChecked && !isValidUTF8(text)) return failWith(EncodingFault::notUTF8);
+      isChecked = true;
+      continue;
+    }
     text_ += text.substr(run, i - run);
     appendEscaped(text_, text[i]);
     run = i + 1;

@@ -19,6 +19,8 @@ namespace lx {
 /// fail for good; whoever knows where that happened adds to the path.
 class JSONWriter {
  public:
+  JSONWriter();
+
   void beginObject();
   void endObject();
   void beginArray();

@@ -1,0 +1,60 @@
+#include "LXUtils/Network/CurlOptionsInternal.h"
+
+#include <openssl/crypto.h>
+
+namespace lx {
+
+void initialiseCurl() {
+  static const bool initialised = [] {
+    // The session's thread may still be closing connections when the process ends: OpenSSL must not be gone by then.
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
+    curl_global_init(CURL_GLOBAL_DEFAULT);
+    return true;
+  }();
+  static_cast<void>(initialised);
+}
+
+CurlOptions::CurlOptions(const URLSessionConfiguration& configuration)
+    : configuration_(configuration), share_(curl_share_init()) {
+  if (configuration.connectTo) connectTo_.reset(curl_slist_append(nullptr, ("::" + *configuration.connectTo).c_str()));
+  curl_share_setopt(share_.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+}
+
+CurlEasy CurlOptions::makeEasy() const {
+  CurlEasy easy(curl_easy_init());
+  if (!easy) return easy;
+  CURL* const handle = easy.get();
+
+  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
+  curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+  curl_easy_setopt(handle, CURLOPT_PATH_AS_IS, 1L);
+  curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "gzip");
+  curl_easy_setopt(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+  if (configuration_.userAgent) curl_easy_setopt(handle, CURLOPT_USERAGENT, configuration_.userAgent->c_str());
+
+  curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
+  curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
+  curl_easy_setopt(handle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+  curl_easy_setopt(handle, CURLOPT_SHARE, share_.get());
+  if (configuration_.caFile) {
+    curl_easy_setopt(handle, CURLOPT_CAINFO, configuration_.caFile->c_str());
+    curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
+    curl_easy_setopt(handle, CURLOPT_PROXY_CAINFO, configuration_.caFile->c_str());
+    curl_easy_setopt(handle, CURLOPT_PROXY_CAPATH, nullptr);
+  }
+
+  // Empty texts keep libcurl from asking the environment.
+  curl_easy_setopt(handle, CURLOPT_PROXY, configuration_.proxy ? configuration_.proxy->c_str() : "");
+  curl_easy_setopt(handle, CURLOPT_NOPROXY, "");
+  if (connectTo_) curl_easy_setopt(handle, CURLOPT_CONNECT_TO, connectTo_.get());
+
+  curl_easy_setopt(handle, CURLOPT_TCP_NODELAY, 1L);
+  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(configuration_.connectTimeout.count()));
+  // Without it, ending a transfer would wait for its name look-up, and all others with it.
+  curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
+  return easy;
+}
+
+}  // namespace lx

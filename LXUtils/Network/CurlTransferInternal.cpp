@@ -1,0 +1,124 @@
+#include "LXUtils/Network/CurlTransferInternal.h"
+
+#include <span>
+
+#include "LXUtils/Network/RequestRulesInternal.h"
+
+namespace lx {
+namespace {
+
+// Only POST and PATCH change more when they are carried out twice (RFC 9110, section 9.2.2).
+bool isIdempotent(HTTPMethod method) { return method != HTTPMethod::post && method != HTTPMethod::patch; }
+
+bool sendsBody(const URLRequest& request) {
+  switch (request.method) {
+    case HTTPMethod::head:
+      return false;
+    case HTTPMethod::get:
+    case HTTPMethod::delete_:
+      return request.body.has_value();
+    case HTTPMethod::post:
+    case HTTPMethod::put:
+    case HTTPMethod::patch:
+      return true;  // an empty one is announced as such
+  }
+  return false;
+}
+
+}  // namespace
+
+CurlTransfer::CurlTransfer(const CurlOptions& options) : easy_(options.makeEasy()) {
+  if (!easy_) return;
+  curl_easy_setopt(easy(), CURLOPT_HEADERFUNCTION, headerArrived);
+  curl_easy_setopt(easy(), CURLOPT_HEADERDATA, this);
+  curl_easy_setopt(easy(), CURLOPT_WRITEFUNCTION, bodyArrived);
+  curl_easy_setopt(easy(), CURLOPT_WRITEDATA, this);
+  curl_easy_setopt(easy(), CURLOPT_PREREQFUNCTION, aboutToSend);
+  curl_easy_setopt(easy(), CURLOPT_PREREQDATA, this);
+}
+
+void CurlTransfer::prepare(const URLRequest& request, const URL& url, std::string_view cookies,
+                           std::size_t maximumBodySize) {
+  response_.reset(maximumBodySize);
+  mayBeSentAgain_ = isIdempotent(request.method);
+  wasSent_ = false;
+  curl_easy_setopt(easy(), CURLOPT_URL, url.string().c_str());
+  setMethod(request);
+  setHeaders(request, cookies, sendsBody(request));
+}
+
+void CurlTransfer::setMethod(const URLRequest& request) {
+  const char* customMethod = nullptr;
+  if (sendsBody(request)) {
+    const bool hasBytes = request.body && !request.body->empty();
+    curl_easy_setopt(easy(), CURLOPT_POST, 1L);
+    curl_easy_setopt(easy(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(hasBytes ? request.body->size() : 0));
+    curl_easy_setopt(easy(), CURLOPT_POSTFIELDS, hasBytes ? reinterpret_cast<const char*>(request.body->data()) : "");
+    if (request.method != HTTPMethod::post) customMethod = rawValue(request.method).data();
+  } else if (request.method == HTTPMethod::head) {
+    curl_easy_setopt(easy(), CURLOPT_NOBODY, 1L);
+  } else {
+    curl_easy_setopt(easy(), CURLOPT_HTTPGET, 1L);
+    if (request.method != HTTPMethod::get) customMethod = rawValue(request.method).data();
+  }
+  curl_easy_setopt(easy(), CURLOPT_CUSTOMREQUEST, customMethod);
+}
+
+void CurlTransfer::setHeaders(const URLRequest& request, std::string_view cookies, bool withBody) {
+  text_.clear();
+  starts_.clear();
+  bool hasContentType = false;
+  for (const auto& [name, value] : request.headers.fields()) {
+    if (isFramingField(name)) continue;
+    hasContentType = hasContentType || equalIgnoringCase(name, HTTPHeaderName::contentType.rawValue);
+    addLine(name, trimmedFieldValue(value));
+  }
+  if (!cookies.empty()) addLine(HTTPHeaderName::cookie.rawValue, cookies);
+  // In libcurl's notation a name with nothing after the colon is a header not to send.
+  const auto suppress = [this](std::string_view name) {
+    starts_.push_back(text_.size());
+    text_.append(name).append(1, ':').append(1, '\0');
+  };
+  if (withBody) {
+    suppress("Expect");
+    if (!hasContentType) suppress(HTTPHeaderName::contentType.rawValue);
+  }
+
+  lines_.resize(starts_.size());
+  for (std::size_t i = 0; i < lines_.size(); ++i) {
+    lines_[i] = {text_.data() + starts_[i], i + 1 < lines_.size() ? &lines_[i + 1] : nullptr};
+  }
+  curl_easy_setopt(easy(), CURLOPT_HTTPHEADER, lines_.empty() ? nullptr : lines_.data());
+}
+
+void CurlTransfer::addLine(std::string_view name, std::string_view value) {
+  starts_.push_back(text_.size());
+  text_.append(name);
+  if (value.empty()) {
+    text_.append(1, ';');  // libcurl's notation for a header without a value
+  } else {
+    text_.append(": ").append(value);
+  }
+  text_.append(1, '\0');
+}
+
+std::size_t CurlTransfer::headerArrived(char* data, std::size_t size, std::size_t count, void* transfer) {
+  const bool taken = static_cast<CurlTransfer*>(transfer)->response_.takeHeaderLine({data, size * count});
+  return taken ? size * count : CURL_WRITEFUNC_ERROR;
+}
+
+std::size_t CurlTransfer::bodyArrived(char* data, std::size_t size, std::size_t count, void* transfer) {
+  const auto chunk = std::as_bytes(std::span(data, size * count));
+  return static_cast<CurlTransfer*>(transfer)->response_.takeBody(chunk) ? chunk.size() : CURL_WRITEFUNC_ERROR;
+}
+
+// libcurl sends a request again by itself when a kept connection breaks before the first byte of the answer. The
+// server may have carried the first one out, and a token that is good once would be spent twice.
+int CurlTransfer::aboutToSend(void* transfer, char*, char*, int, int) {
+  auto& self = *static_cast<CurlTransfer*>(transfer);
+  if (self.wasSent_ && !self.mayBeSentAgain_) return CURL_PREREQFUNC_ABORT;
+  self.wasSent_ = true;
+  return CURL_PREREQFUNC_OK;
+}
+
+}  // namespace lx

@@ -1,0 +1,21 @@
+#include "LXUtils/Network/CurlURLSession.h"
+
+#include "LXUtils/Network/CurlEngineInternal.h"
+#include "LXUtils/Network/RequestRulesInternal.h"
+
+namespace lx {
+
+std::shared_ptr<CurlURLSession> CurlURLSession::make(URLSessionConfiguration configuration) {
+  return std::shared_ptr<CurlURLSession>(new CurlURLSession(std::make_shared<CurlEngine>(std::move(configuration))));
+}
+
+CurlURLSession::CurlURLSession(std::shared_ptr<CurlEngine> engine) : engine_(std::move(engine)) {}
+
+CurlURLSession::~CurlURLSession() { engine_->close(); }
+
+Task<NetworkResponse> CurlURLSession::send(URLRequest request) {
+  if (auto fault = faultOf(request)) return Task<NetworkResponse>::failure(std::move(*fault));
+  return engine_->send(std::move(request));
+}
+
+}  // namespace lx

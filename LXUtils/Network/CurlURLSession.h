@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+
+#include "LXUtils/Network/URLSession.h"
+#include "LXUtils/Network/URLSessionConfiguration.h"
+
+namespace lx {
+
+class CurlEngine;
+
+/// The session that sends over the network. All its requests share its connections, which are kept. Any thread.
+///
+/// Sends http and https, over TLS 1.2 or later with the peer's certificate and name always checked. Bodies may come
+/// compressed; they arrive decompressed, with the headers as they were sent. A response's headers are those of the last
+/// response alone: none of an interim response, of a redirect that was followed or of a proxy.
+///
+/// Redirects (301, 302, 303, 307, 308) of GET and HEAD without a body are followed, at most 10 of them, all within the
+/// one time-out; other methods and redirects without a Location get the response itself. From https to http, and to
+/// what is no http(s) URL, is refused. `Authorization`, `Cookie`, `Host` and all `X-` headers are dropped for good at
+/// the first step to another origin.
+///
+/// Framing is the session's business: `Content-Length`, `Transfer-Encoding` and `Expect` of a request are not passed
+/// on. A POST or PATCH is sent at most once, also when a kept connection turns out to be dead.
+class CurlURLSession final : public URLSession {
+ public:
+  static std::shared_ptr<CurlURLSession> make(URLSessionConfiguration configuration = {});
+
+  /// What is under way ends as cancelled, shortly after, on the session's thread.
+  ~CurlURLSession() override;
+
+  /// A request that cannot be sent (`invalidRequest`: no absolute http(s) URL without user information, a header with
+  /// CR, LF or NUL or with a name that is no token) fails before this returns.
+  Task<NetworkResponse> send(URLRequest request) override;
+
+ private:
+  explicit CurlURLSession(std::shared_ptr<CurlEngine> engine);
+
+  std::shared_ptr<CurlEngine> engine_;
+};
+
+}  // namespace lx

@@ -1,0 +1,27 @@
+#include "LXUtils/Network/NetworkResponse.h"
+
+#include "LXUtils/Foundation/Clock.h"
+#include "LXUtils/Network/HTTPCookie.h"
+
+namespace lx {
+
+std::vector<HTTPCookie> NetworkResponse::cookies() const {
+  std::vector<HTTPCookie> found;
+  const auto lines = headers.values(HTTPHeaderName::setCookie);
+  if (lines.empty()) return found;
+  const Date now = Clock::system()->now();
+  for (const auto line : lines) {
+    if (auto cookie = HTTPCookie::parse(line, url, now)) found.push_back(std::move(*cookie));
+  }
+  return found;
+}
+
+std::optional<std::string> NetworkResponse::cookieValue(HTTPCookieName name) const {
+  std::optional<std::string> value;
+  for (auto& cookie : cookies()) {
+    if (cookie.name == name.rawValue) value = std::move(cookie.value);
+  }
+  return value;
+}
+
+}  // namespace lx

@@ -1,0 +1,48 @@
+#include "LXUtils/Network/RequestRulesInternal.h"
+
+#include "LXUtils/Foundation/PercentEncoding.h"
+
+namespace lx {
+namespace {
+
+// RFC 9110, section 5.6.2.
+constexpr CharacterSet tokenCharacters{"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789!#$%&'*+-.^_`|~"};
+
+bool isToken(std::string_view text) { return !text.empty() && tokenCharacters.containsAll(text); }
+
+bool breaksOut(std::string_view value) {
+  return value.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos;
+}
+
+URLSessionError invalid(const char* details) { return {URLSessionError::Kind::invalidRequest, details}; }
+
+}  // namespace
+
+bool isSendable(const URL& url) {
+  if (!equalIgnoringCase(url.scheme(), "https") && !equalIgnoringCase(url.scheme(), "http")) return false;
+  return !url.host().empty() && !url.user();
+}
+
+std::optional<URLSessionError> faultOf(const URLRequest& request) {
+  if (!request.url || !isSendable(*request.url)) return invalid("no absolute http or https URL");
+  for (const auto& [name, value] : request.headers.fields()) {
+    if (!isToken(name)) return invalid("the name of a header is no token");
+    if (breaksOut(value)) return invalid("a header holds CR, LF or NUL");
+  }
+  return std::nullopt;
+}
+
+bool isFramingField(std::string_view name) {
+  for (const std::string_view framing : {"Content-Length", "Transfer-Encoding", "Expect"}) {
+    if (equalIgnoringCase(name, framing)) return true;
+  }
+  return false;
+}
+
+std::string_view trimmedFieldValue(std::string_view text) {
+  const auto first = text.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+}  // namespace lx

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace lx {
+
+class HTTPCookieStorage;
+
+/// How a session sends its requests.
+struct URLSessionConfiguration {
+  /// The longest that a whole exchange may take, redirects included. A request's own time-out wins.
+  std::chrono::milliseconds timeout = std::chrono::seconds(60);
+
+  /// The longest that making one connection may take, the TLS handshake included.
+  std::chrono::milliseconds connectTimeout = std::chrono::seconds(15);
+
+  /// The most bytes that the body of a response may have, counted after decompression.
+  std::size_t maximumBodySize = std::size_t{32} << 20;
+
+  /// The most connections that are kept open while idle, and the most that are open at once.
+  std::size_t maximumIdleConnections = 32;
+  std::size_t maximumConnections = 128;
+
+  /// The proxy's URL. Without one there is no proxy, whatever the environment says.
+  std::optional<std::string> proxy;
+
+  /// A PEM file of the only certificate authorities to trust; the system's when absent.
+  std::optional<std::string> caFile;
+
+  /// "HOST:PORT": connections for any host go there. Names and certificates are checked as if they did not.
+  std::optional<std::string> connectTo;
+
+  /// The User-Agent of requests that have none of their own.
+  std::optional<std::string> userAgent;
+
+  /// The jar that supplies cookies to requests without a Cookie header and keeps those of every response. None when
+  /// empty.
+  std::shared_ptr<HTTPCookieStorage> cookieStorage;
+};
+
+}  // namespace lx
