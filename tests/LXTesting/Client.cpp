@@ -14,6 +14,17 @@ std::size_t append(char* data, std::size_t size, std::size_t count, void* target
   return size * count;
 }
 
+struct Body {
+  std::string& text;
+  std::size_t largest;
+};
+
+std::size_t appendToBody(char* data, std::size_t size, std::size_t count, void* target) {
+  auto& body = *static_cast<Body*>(target);
+  body.text.append(data, size * count);
+  return body.text.size() > body.largest ? 0 : size * count;
+}
+
 std::string between(const std::string& text, const std::string& begin, const std::string& ends) {
   const auto start = text.find(begin);
   if (start == std::string::npos) return {};
@@ -66,8 +77,10 @@ Answer Client::perform(const std::string& method, const std::string& path, const
   curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT_MS, timeoutMilliseconds);
   curl_easy_setopt(curl.get(), CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(curl.get(), CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
-  curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, append);
-  curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &answer.body);
+  Body received{answer.body, largestBody};
+  curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, appendToBody);
+  curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &received);
+  curl_easy_setopt(curl.get(), CURLOPT_HEADERFUNCTION, append);
   curl_easy_setopt(curl.get(), CURLOPT_HEADERDATA, &answer.headers);
   if (body) {
     curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, body->data());

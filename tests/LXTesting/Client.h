@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -33,6 +33,8 @@ class Client {
 
   /// How long a request may take before it fails with CURLE_OPERATION_TIMEDOUT.
   long timeoutMilliseconds = 20'000;
+  /// A longer body makes the client hang up.
+  std::size_t largestBody = 1'000'000;
   std::string host = "auth.lexiconia.com";
 
  private:
