@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+
+namespace lx::tool {
+
+/// What goes wrong in the tool itself.
+struct ToolError {
+  enum class Kind {
+    noHome,        ///< there is no folder of the user in which the group's could be
+    group,         ///< the group's folder cannot be made
+    noLegacyData,  ///< nothing of the cookie era is stored
+    someFailed,    ///< not every caller got credentials; what happened to each has been told already
+    demo,          ///< a step of the tour did not do what it promises
+  };
+  Kind kind = Kind::demo;
+  std::string message;
+
+  std::string typeName() const;
+  std::string description() const { return message; }
+  bool operator==(const ToolError&) const = default;
+};
+
+inline std::string ToolError::typeName() const {
+  switch (kind) {
+    case Kind::noHome:
+      return "ToolError.noHome";
+    case Kind::group:
+      return "ToolError.group";
+    case Kind::noLegacyData:
+      return "ToolError.noLegacyData";
+    case Kind::someFailed:
+      return "ToolError.someFailed";
+    case Kind::demo:
+      break;
+  }
+  return "ToolError.demo";
+}
+
+}  // namespace lx::tool
