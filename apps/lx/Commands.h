@@ -39,12 +39,12 @@ Result<void> runTokenRefresh(const GlobalOptions& global, const Output& output);
 Result<void> runTokenRevoke(const GlobalOptions& global, const Output& output);
 
 struct SignInOptions {
-  std::string code;  ///< one of code, google and apple is there
-  std::string verifier;
-  std::string google;
-  std::string apple;
-  std::optional<std::string> name;
-  std::optional<std::string> email;
+  std::string code = {};  ///< one of code, google and apple is there
+  std::string verifier = {};
+  std::string google = {};
+  std::string apple = {};
+  std::optional<std::string> name = {};
+  std::optional<std::string> email = {};
 };
 Result<void> runSignIn(const GlobalOptions& global, const Output& output, const SignInOptions& options);
 Result<void> runAnonymous(const GlobalOptions& global, const Output& output);

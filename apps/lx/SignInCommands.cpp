@@ -1,8 +1,7 @@
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/AnonymousServiceOAuth2.h"
 #include "LXServices/Services/UserService.h"
 
-#include "lx/Commands.h"
-#include "lx/Stack.h"
+#include "lx/SignIn.h"
 #include "lx/ToolError.h"
 
 namespace lx::tool {
@@ -32,50 +31,52 @@ class RequestBodyProvider final : public OAuth2SocialSignonCodeExchangeRequestBo
   const bool google_;
 };
 
-struct SignedIn {
-  OAuth2AuthDTO authDTO;
-  std::optional<OAuth2NativeSignonAction> action;  ///< of Google and Apple
-};
-
-Result<SignedIn> signIn(Stack& stack, const SignInOptions& options) {
+Result<SignedIn> exchange(Stack& stack, const SignInOptions& options) {
   const auto service = stack.networking().authenticationService();
   const auto device = stack.store().trustedDeviceID();
   if (!options.code.empty()) {
     const auto authDTO = stack.await(service->unifiedSignonExchangeCode(options.code, options.verifier, device));
     if (!authDTO) return fail(authDTO.error());
-    return SignedIn{*authDTO, std::nullopt};
+    return SignedIn{*authDTO, std::nullopt, {}};
   }
   const bool google = !options.google.empty();
   const auto answer = stack.await(service->socialSignonExchangeSocialToken(
       RequestBodyProvider(google), {google ? options.google : options.apple, device, options.name, options.email}));
   if (!answer) return fail(answer.error());
-  return SignedIn{answer->first, answer->second};
+  return SignedIn{answer->first, answer->second, {}};
 }
 
 }  // namespace
+
+Result<SignedIn> signIn(Stack& stack, const SignInOptions& options) {
+  auto signedIn = exchange(stack, options);
+  if (!signedIn) return signedIn;
+  auto& storage = stack.store();
+  const auto userBefore = storage.currentUser();
+  if (const auto stored = store(storage, signedIn->authDTO); !stored) return fail(stored.error());
+  // Whoever was signed in before is gone with the credentials, whether the new user can be fetched or not.
+  if (const auto forgotten = storage.storeUser(std::nullopt); !forgotten) return fail(forgotten.error());
+  UserServiceOAuth2Impl users(stack.networking().oauth2NetworkService(), stack.environment());
+  const auto fetched = stack.await(users.fetchUser());
+  if (!fetched) return fail(fetched.error());
+  signedIn->user = fetched->user;
+  // What the cookie era left must not sign another user in again.
+  if (!userBefore || !*userBefore || (*userBefore)->id != fetched->user.id) {
+    if (const auto forgotten = storage.storeLegacyAuthData(std::nullopt); !forgotten) return fail(forgotten.error());
+  }
+  if (const auto stored = storage.storeUser(fetched->user); !stored) return fail(stored.error());
+  return signedIn;
+}
 
 Result<void> runSignIn(const GlobalOptions& global, const Output& output, const SignInOptions& options) {
   const auto stack = Stack::make(global);
   if (!stack) return fail(stack.error());
   const auto signedIn = signIn(**stack, options);
   if (!signedIn) return fail(signedIn.error());
-  auto& storage = (*stack)->store();
-  const auto userBefore = storage.currentUser();
-  if (const auto stored = store(storage, signedIn->authDTO); !stored) return stored;
-  // Whoever was signed in before is gone with the credentials, whether the new user can be fetched or not.
-  if (const auto forgotten = storage.storeUser(std::nullopt); !forgotten) return forgotten;
-  UserServiceOAuth2Impl users((*stack)->networking().oauth2NetworkService(), (*stack)->environment());
-  const auto fetched = (*stack)->await(users.fetchUser());
-  if (!fetched) return fail(fetched.error());
-  // What the cookie era left must not sign another user in again.
-  if (!userBefore || !*userBefore || (*userBefore)->id != fetched->user.id) {
-    if (const auto forgotten = storage.storeLegacyAuthData(std::nullopt); !forgotten) return forgotten;
-  }
-  if (const auto stored = storage.storeUser(fetched->user); !stored) return stored;
   return output.object([&](ObjectWriter& out) {
     out.members(signedIn->authDTO);
     if (signedIn->action) out.text("action", rawValue(*signedIn->action));
-    out.wire("user", fetched->user);
+    out.wire("user", signedIn->user);
   });
 }
 

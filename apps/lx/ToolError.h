@@ -10,7 +10,6 @@ struct ToolError {
     noHome,        ///< there is no folder of the user in which the group's could be
     group,         ///< the group's folder cannot be made
     noLegacyData,  ///< nothing of the cookie era is stored
-    someFailed,    ///< not every caller got credentials; what happened to each has been told already
     demo,          ///< a step of the tour did not do what it promises
   };
   Kind kind = Kind::demo;
@@ -29,8 +28,6 @@ inline std::string ToolError::typeName() const {
       return "ToolError.group";
     case Kind::noLegacyData:
       return "ToolError.noLegacyData";
-    case Kind::someFailed:
-      return "ToolError.someFailed";
     case Kind::demo:
       break;
   }
