@@ -7,6 +7,8 @@
 
 #include <unistd.h>
 
+#include "lx/ToolError.h"
+
 namespace lx::tool {
 namespace {
 
@@ -56,9 +58,13 @@ std::string table(const std::vector<Row>& rows, const Style& style) {
   return text;
 }
 
-void print(std::FILE* file, std::string_view text) {
-  std::fwrite(text.data(), 1, text.size(), file);
-  std::fflush(file);
+bool print(std::FILE* file, std::string_view text) {
+  return std::fwrite(text.data(), 1, text.size(), file) == text.size() && std::fflush(file) == 0;
+}
+
+Result<void> printOut(std::string_view text) {
+  if (print(stdout, text)) return {};
+  return fail(ToolError{ToolError::Kind::output, "Standard output cannot be written"});
 }
 
 }  // namespace
@@ -151,32 +157,25 @@ Result<std::string> Output::encoded(const Members& members) const {
 Result<void> Output::object(const Members& members) const {
   auto text = encoded(members);
   if (!text) return fail(text.error());
-  if (json_) {
-    print(stdout, text->append("\n"));
-    return {};
-  }
+  if (json_) return printOut(text->append("\n"));
   const auto document = JSONDocument::parseInPlace(*text);
   if (!document) return fail(document.error());
   std::vector<Row> rows;
   addRows("", document->root(), rows);
-  print(stdout, table(rows, style_));
-  return {};
+  return printOut(table(rows, style_));
 }
 
 Result<void> Output::value(std::string_view key, std::string_view value) const {
   if (json_) return object([&](ObjectWriter& out) { out.text(key, value); });
-  print(stdout, printable(value) + "\n");
-  return {};
+  return printOut(printable(value) + "\n");
 }
 
 Result<void> Output::event(const Members& members, std::string_view text) const {
-  if (json_) return object(members);
-  say(text);
-  return {};
+  return json_ ? object(members) : say(text);
 }
 
-void Output::say(std::string_view text) const {
-  if (!json_) print(stdout, std::string(text).append("\n"));
+Result<void> Output::say(std::string_view text) const {
+  return json_ ? Result<void>() : printOut(std::string(text).append("\n"));
 }
 
 void Output::failure(const Error& error, std::string_view hint) const {

@@ -71,7 +71,7 @@ class Style {
   bool colours_;
 };
 
-/// Where commands put what they have to tell.
+/// Where commands put what they have to tell. Errors: EncodingError, ToolError when nobody reads any more.
 class Output {
  public:
   Output(bool json, bool reveal);
@@ -90,7 +90,7 @@ class Output {
   Result<void> event(const Members& members, std::string_view text) const;
 
   /// A line for people only.
-  void say(std::string_view text) const;
+  Result<void> say(std::string_view text) const;
 
   /// The failure of the command, on standard error, with what to do about it where that is known.
   void failure(const Error& error, std::string_view hint) const;

@@ -1,7 +1,10 @@
 #include "lx/Stack.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+
+#include <unistd.h>
 
 #include "LXUtils/Network/CurlURLSession.h"
 
@@ -90,6 +93,7 @@ Result<std::unique_ptr<Stack>> Stack::make(const GlobalOptions& options) {
   if (!root) return fail(root.error());
 
   std::unique_ptr<Stack> stack(new Stack);
+  stack->tellsPeople_ = !options.json && !options.logLevel && isatty(STDERR_FILENO);
   stack->environment_ = *environment;
   stack->store_ = *store;
   URLSessionConfiguration configuration;
@@ -102,6 +106,12 @@ Result<std::unique_ptr<Stack>> Stack::make(const GlobalOptions& options) {
       root->appendingPath(*group + "/token-refresh.lock"));
   stack->credentialsService().setDelegate(stack->logoutRequest_);
   return stack;
+}
+
+Timer Stack::noticeAfterASecond() const {
+  if (!tellsPeople_) return {};
+  return Clock::system()->after(std::chrono::seconds(1), MainQueue::shared(),
+                                [] { std::fputs("lx: still waiting for the backend ...\n", stderr); });
 }
 
 }  // namespace lx::tool

@@ -43,14 +43,21 @@ class Stack {
   OAuth2CredentialsService& credentialsService() const { return *networking_->oauth2CredentialsService(); }
   const LogoutRequest& logoutRequest() const { return *logoutRequest_; }
 
-  /// Pumps the main queue until the task has completed.
+  /// Pumps the main queue until the task has completed. A person who waits longer than a second is told for what.
   template <class T>
   Result<T> await(Task<T> task) {
-    return MainQueue::shared()->runUntil(std::move(task));
+    Timer notice = noticeAfterASecond();
+    auto result = MainQueue::shared()->runUntil(std::move(task));
+    notice.cancel();
+    return result;
   }
 
  private:
   Stack() = default;
+
+  Timer noticeAfterASecond() const;
+
+  bool tellsPeople_ = false;
 
   std::shared_ptr<BackendDefaultEnvironment> environment_;
   std::shared_ptr<FileCredentialsStorage> store_;

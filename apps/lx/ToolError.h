@@ -9,6 +9,7 @@ struct ToolError {
   enum class Kind {
     noHome,        ///< there is no folder of the user in which the group's could be
     group,         ///< the group's folder cannot be made
+    output,        ///< standard output cannot be written
     noLegacyData,  ///< nothing of the cookie era is stored
     demo,          ///< a step of the tour did not do what it promises
   };
@@ -26,6 +27,8 @@ inline std::string ToolError::typeName() const {
       return "ToolError.noHome";
     case Kind::group:
       return "ToolError.group";
+    case Kind::output:
+      return "ToolError.output";
     case Kind::noLegacyData:
       return "ToolError.noLegacyData";
     case Kind::demo:

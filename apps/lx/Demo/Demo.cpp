@@ -98,7 +98,8 @@ class Tour {
     const auto signedIn = must(signIn(*stack_, {.code = redirect.code, .verifier = verifier}));
     timeline_.check(signedIn.authDTO.oauth2Credentials.isValid(),
                     "code and verifier give credentials, kept for the group");
-    timeline_.check(signedIn.user.email == "olive@example.test", "they belong to " + *signedIn.user.name);
+    timeline_.check(signedIn.user.email == "olive@example.test",
+                    "they belong to " + signedIn.user.name.value_or("nobody"));
     checkRequests({"GET /v4/api/oauth2/authorize 200", "POST /v4/api/oauth2/authorize 302",
                    "POST /v4/api/oauth2/token authorization_code 200", "GET /v4/api/user 200"});
   }

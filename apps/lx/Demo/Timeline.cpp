@@ -40,7 +40,7 @@ void Timeline::tell(const Members& members, std::string_view text) const { must(
 void Timeline::started(std::string_view address, std::string_view caFile, std::string_view group) {
   const auto& style = output_.style();
   const auto row = [&](std::string_view name, std::string_view value) {
-    return "  " + style.dim(padded(std::string(name), 9)) + std::string(value) + "\n";
+    return "\n  " + style.dim(padded(std::string(name), 9)) + std::string(value);
   };
   tell(
       [&](ObjectWriter& out) {
@@ -49,7 +49,7 @@ void Timeline::started(std::string_view address, std::string_view caFile, std::s
         out.text("caFile", caFile);
         out.text("group", group);
       },
-      "\n" + style.bold("A tour of LXServices") + "\n\n" +
+      "\n" + style.bold("A tour of LXServices") + "\n" +
           row("backend", std::string(address) + ", TLS by an authority of its own") +
           row("group", std::string(group) + ", removed at the end"));
 }
@@ -90,8 +90,8 @@ void Timeline::checkRequests(const std::vector<JournalEntry>& entries, const std
                                                     : "these " + std::to_string(expected.size()) + " requests"));
   for (const auto& entry : entries) {
     const auto status = entry.status == 0 ? std::string("no answer") : std::to_string(entry.status);
-    output_.say(output_.style().dim("             " + padded(entry.method, 5) + padded(printable(entry.path), 27) +
-                                    padded(printable(shortGrant(entry)), 20) + status));
+    must(output_.say(output_.style().dim("             " + padded(entry.method, 5) + padded(printable(entry.path), 27) +
+                                         padded(printable(shortGrant(entry)), 20) + status)));
   }
 }
 
