@@ -11,7 +11,7 @@ namespace lx {
 
 namespace {
 
-constexpr std::size_t mostEntries = 65'536;
+constexpr std::size_t mostEntries = 16'384;
 
 namespace json = boost::json;
 

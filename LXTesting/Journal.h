@@ -35,7 +35,7 @@ struct JournalEntry {
 };
 
 /// What the development backend was asked, in order. Thread-safe. Counts go on for ever; of the entries the latest
-/// 65,536 are kept. Requests to the backend's own control paths do not appear.
+/// 16,384 are kept. Requests to the backend's own control paths do not appear.
 class Journal {
  public:
   Journal();

@@ -7,7 +7,6 @@
 
 #include "LXUtils/Foundation/ClockInternal.h"
 #include "LXUtils/Logging/Logger.h"
-#include "LXUtils/Network/CurlErrorsInternal.h"
 #include "LXUtils/Network/HTTPCookieStorage.h"
 #include "LXUtils/Network/RedirectPolicyInternal.h"
 
@@ -122,7 +121,7 @@ void CurlEngine::stepEnded(CURL* easy, CURLcode code) {
   if (closed_) return;  // taking the engine down will cancel it
 
   auto& collected = exchange->transfer->response();
-  if (code != CURLE_OK) return finish(exchange, fail(errorOf(easy, code, collected.overflow())));
+  if (auto failure = exchange->transfer->failure(code)) return finish(exchange, fail(std::move(*failure)));
   if (configuration_.cookieStorage) configuration_.cookieStorage->storeFrom(exchange->url, collected.headers());
 
   long statusCode = 0;

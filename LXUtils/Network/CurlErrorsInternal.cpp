@@ -1,5 +1,6 @@
 #include "LXUtils/Network/CurlErrorsInternal.h"
 
+#include <initializer_list>
 #include <system_error>
 
 #include <openssl/x509.h>
@@ -9,7 +10,14 @@ namespace {
 
 using Kind = URLSessionError::Kind;
 
-Kind kindOf(CURLcode code) {
+bool holdsAny(std::string_view message, std::initializer_list<std::string_view> parts) {
+  for (const auto part : parts) {
+    if (message.find(part) != std::string_view::npos) return true;
+  }
+  return false;
+}
+
+Kind kindOf(CURLcode code, std::string_view message) {
   switch (code) {
     case CURLE_URL_MALFORMAT:
       return Kind::invalidRequest;
@@ -22,6 +30,10 @@ Kind kindOf(CURLcode code) {
     case CURLE_OPERATION_TIMEDOUT:
       return Kind::timedOut;
     case CURLE_SSL_CONNECT_ERROR:
+      // A handshake that broke off is not one that failed.
+      return holdsAny(message, {"SSL_ERROR_SYSCALL", "Connection reset", "unexpected eof"})
+                 ? Kind::connectionLost
+                 : Kind::secureConnectionFailed;
     case CURLE_PEER_FAILED_VERIFICATION:
     case CURLE_SSL_CACERT_BADFILE:
     case CURLE_SSL_CERTPROBLEM:
@@ -30,8 +42,9 @@ Kind kindOf(CURLcode code) {
     case CURLE_SSL_INVALIDCERTSTATUS:
     case CURLE_SSL_CLIENTCERT:
       return Kind::secureConnectionFailed;
-    case CURLE_SEND_ERROR:
     case CURLE_RECV_ERROR:
+      return holdsAny(message, {"chunked-encoding"}) ? Kind::badServerResponse : Kind::connectionLost;
+    case CURLE_SEND_ERROR:
     case CURLE_GOT_NOTHING:
     case CURLE_PARTIAL_FILE:
     case CURLE_HTTP2_STREAM:
@@ -64,7 +77,7 @@ std::string detailsOf(CURL* easy, CURLcode code) {
 
 }  // namespace
 
-URLSessionError errorOf(CURL* easy, CURLcode code, ResponseCollector::Overflow overflow) {
+URLSessionError errorOf(CURL* easy, CURLcode code, std::string_view message, ResponseCollector::Overflow overflow) {
   switch (overflow) {
     case ResponseCollector::Overflow::body:
       return {Kind::bodyTooLarge, {}};
@@ -73,7 +86,7 @@ URLSessionError errorOf(CURL* easy, CURLcode code, ResponseCollector::Overflow o
     case ResponseCollector::Overflow::none:
       break;
   }
-  return {kindOf(code), detailsOf(easy, code)};
+  return {kindOf(code, message), detailsOf(easy, code)};
 }
 
 }  // namespace lx

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include <curl/curl.h>
 
 #include "LXUtils/Network/ResponseCollectorInternal.h"
@@ -7,8 +9,8 @@
 
 namespace lx {
 
-/// The failure of a transfer. Its details are fixed texts of libcurl, OpenSSL and the system: libcurl's own error
-/// buffer would quote hosts and header lines.
-URLSessionError errorOf(CURL* easy, CURLcode code, ResponseCollector::Overflow overflow);
+/// The failure of a transfer, about which libcurl left `message` in its error buffer. The details are fixed texts of
+/// libcurl, OpenSSL and the system: the message can quote hosts and header lines, and only helps to tell cases apart.
+URLSessionError errorOf(CURL* easy, CURLcode code, std::string_view message, ResponseCollector::Overflow overflow);
 
 }  // namespace lx

@@ -2,6 +2,7 @@
 
 #include <span>
 
+#include "LXUtils/Network/CurlErrorsInternal.h"
 #include "LXUtils/Network/RequestRulesInternal.h"
 
 namespace lx {
@@ -35,6 +36,7 @@ CurlTransfer::CurlTransfer(const CurlOptions& options) : easy_(options.makeEasy(
   curl_easy_setopt(easy(), CURLOPT_WRITEDATA, this);
   curl_easy_setopt(easy(), CURLOPT_PREREQFUNCTION, aboutToSend);
   curl_easy_setopt(easy(), CURLOPT_PREREQDATA, this);
+  curl_easy_setopt(easy(), CURLOPT_ERRORBUFFER, message_.data());
 }
 
 void CurlTransfer::prepare(const URLRequest& request, const URL& url, std::string_view cookies,
@@ -45,6 +47,13 @@ void CurlTransfer::prepare(const URLRequest& request, const URL& url, std::strin
   curl_easy_setopt(easy(), CURLOPT_URL, url.string().c_str());
   setMethod(request);
   setHeaders(request, cookies, sendsBody(request));
+}
+
+std::optional<URLSessionError> CurlTransfer::failure(CURLcode code) const {
+  if (code != CURLE_OK) return errorOf(easy(), code, message_.data(), response_.overflow());
+  // For libcurl, headers that break off in the middle are a whole response.
+  if (!response_.hasHeaders()) return URLSessionError{URLSessionError::Kind::connectionLost, "in the headers"};
+  return std::nullopt;
 }
 
 void CurlTransfer::setMethod(const URLRequest& request) {

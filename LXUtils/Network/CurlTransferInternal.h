@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "LXUtils/Network/CurlOptionsInternal.h"
 #include "LXUtils/Network/ResponseCollectorInternal.h"
 #include "LXUtils/Network/URLRequest.h"
+#include "LXUtils/Network/URLSession.h"
 
 namespace lx {
 
@@ -28,6 +30,9 @@ class CurlTransfer {
   /// header. The body of the request is not copied and must stay until the transfer has ended.
   void prepare(const URLRequest& request, const URL& url, std::string_view cookies, std::size_t maximumBodySize);
 
+  /// How the transfer failed; nothing when a whole response came.
+  std::optional<URLSessionError> failure(CURLcode code) const;
+
   CURL* easy() const { return easy_.get(); }
   ResponseCollector& response() { return response_; }
 
@@ -41,6 +46,7 @@ class CurlTransfer {
   static int aboutToSend(void* transfer, char*, char*, int, int);
 
   CurlEasy easy_;
+  std::array<char, CURL_ERROR_SIZE> message_{};
   ResponseCollector response_;
   bool mayBeSentAgain_ = false;
   bool wasSent_ = false;

@@ -16,7 +16,7 @@ struct HTTPCookie {
   std::string domain;    ///< lower-case, without a leading dot
   bool hostOnly = true;  ///< for the domain alone, not for hosts below it
   std::string path = "/";
-  std::optional<Date> expires;  ///< absent for a cookie of the session
+  std::optional<Date> expires = std::nullopt;  ///< absent for a cookie of the session
   bool secure = false;
   bool httpOnly = false;
 

@@ -26,6 +26,9 @@ class ResponseCollector {
   bool takeBody(std::span<const std::byte> chunk);
 
   Overflow overflow() const { return overflow_; }
+  /// True once all headers of the response that counts are there.
+  bool hasHeaders() const { return complete_; }
+
   std::size_t bodySize() const { return body_ ? body_->size() : 0; }
   HTTPHeaders& headers() { return headers_; }
 

@@ -26,20 +26,20 @@ struct URLSessionConfiguration {
   std::size_t maximumConnections = 128;
 
   /// The proxy's URL. Without one there is no proxy, whatever the environment says.
-  std::optional<std::string> proxy;
+  std::optional<std::string> proxy = std::nullopt;
 
   /// A PEM file of the only certificate authorities to trust; the system's when absent.
-  std::optional<std::string> caFile;
+  std::optional<std::string> caFile = std::nullopt;
 
   /// "HOST:PORT": connections for any host go there. Names and certificates are checked as if they did not.
-  std::optional<std::string> connectTo;
+  std::optional<std::string> connectTo = std::nullopt;
 
   /// The User-Agent of requests that have none of their own.
-  std::optional<std::string> userAgent;
+  std::optional<std::string> userAgent = std::nullopt;
 
   /// The jar that supplies cookies to requests without a Cookie header and keeps those of every response. None when
   /// empty.
-  std::shared_ptr<HTTPCookieStorage> cookieStorage;
+  std::shared_ptr<HTTPCookieStorage> cookieStorage = nullptr;
 };
 
 }  // namespace lx

@@ -1,10 +1,10 @@
 #include "support/LoopbackServer.h"
 
+#include <cstdlib>
+
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <cstdlib>
 
 namespace lx::support {
 namespace {

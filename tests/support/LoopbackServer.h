@@ -10,14 +10,14 @@
 
 namespace lx::support {
 
-/// A plain HTTP server on a loopback port of its own that answers with exactly the bytes that it is told to, well-formed
-/// or not. Each connection has a thread.
+/// A plain HTTP server on a loopback port of its own that answers with exactly the bytes that it is told to,
+/// well-formed or not. Each connection has a thread.
 class LoopbackServer {
  public:
   struct Request {
     std::string head;  ///< as it came, up to and with the empty line
     std::string body;
-    std::string path;  ///< the request target
+    std::string path;    ///< the request target
     int connection = 0;  ///< counted from 1
 
     /// The lines of the head that begin with `name` and a colon, without the line end.
