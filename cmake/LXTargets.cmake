@@ -21,8 +21,9 @@ function(lx_set_options name)
   set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
   target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # GCC 12 warns falsely of overlapping copies where std::string is added to at -O3.
-    target_compile_options(${name} PRIVATE -Wno-restrict)
+    # GCC 12 warns falsely of overlapping copies where std::string is added to at -O3, and of values that may be
+    # uninitialised in std::expected with the sanitizers.
+    target_compile_options(${name} PRIVATE -Wno-restrict -Wno-maybe-uninitialized)
   endif()
   if(LX_WARNINGS_AS_ERRORS)
     target_compile_options(${name} PRIVATE -Werror)
