@@ -57,6 +57,11 @@ class ChildProcess {
     }
   }
 
+  /// Asks the child to end, with SIGTERM.
+  void terminate() {
+    if (id_ > 0) ::kill(id_, SIGTERM);
+  }
+
   /// Ends the child with SIGKILL and waits until it is gone.
   void kill() {
     if (id_ > 0) ::kill(id_, SIGKILL);

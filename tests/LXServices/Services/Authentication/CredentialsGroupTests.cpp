@@ -7,7 +7,6 @@ namespace lx {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::StartsWith;
 
 // Another process of the group holds the lock, and the stack under test waits for it.
 class WaitingForAnotherProcess : public ::testing::Test {
@@ -96,10 +95,11 @@ TEST_F(WaitingForAnotherProcess, RevokingEndsTheWait) {
   stack.service->revokeCredentials();
   ASSERT_TRUE(stack.happens("get caller OAuth2Error.credentialsRefreshWasCancelled"));
   EXPECT_TRUE(stack.posts("Failure", 1));
-  EXPECT_THAT(stack.events.all(),
-              ElementsAre("log2 File already locked", "revoke refresh-old",
-                          "log3 Unbalanced call to end background task", "log2 Did cancel ongoing token refresh",
-                          "get caller OAuth2Error.credentialsRefreshWasCancelled"));
+  auto events = stack.events.all();
+  EXPECT_EQ(std::erase(events, "revoke refresh-old"), 1U);  // on another thread than the rest
+  EXPECT_THAT(events, ElementsAre("log2 File already locked", "log3 Unbalanced call to end background task",
+                                  "log2 Did cancel ongoing token refresh",
+                                  "get caller OAuth2Error.credentialsRefreshWasCancelled"));
 }
 
 TEST_F(WaitingForAnotherProcess, ASuccessOfAnEarlierRefreshDoesNotEndTheWait) {
