@@ -45,6 +45,9 @@ class Journal {
 
   std::vector<JournalEntry> entries() const;
 
+  /// Those that came after the one of that sequence number.
+  std::vector<JournalEntry> entriesAfter(std::int64_t sequence) const;
+
   /// How many requests came for a path, or for all paths where it is empty; with a grant only those of that grant.
   std::size_t count(std::string_view path = {}, std::string_view grant = {}) const;
 
