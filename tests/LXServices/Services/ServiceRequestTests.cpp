@@ -240,7 +240,7 @@ TEST(UserServices, ReadUserAndCookies) {
   };
   EXPECT_EQ(std::get<1>(auth(cookies({"csrf-token=C", "auth-policy=P"}))), std::nullopt);
   EXPECT_EQ(std::get<1>(auth(cookies({"csrf-token=C", "lxauth=L"}))), (UserAuthData{"L", "C", std::nullopt}));
-  const auto device = auth(cookies({"tdi=T"}));
+  const auto device = auth(cookies({"lxauth=L", "lxauth=; Max-Age=0", "tdi=T"}));
   EXPECT_EQ(std::get<1>(device), std::nullopt);
   EXPECT_EQ(std::get<2>(device), DeviceAuthData{"T"});
 }

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "LXServices/Services/NetworkServicesOAuth2/Core/RetryPolicies.h"
 #include "LXUtils/Foundation/Overloaded.h"
 #include "StackFixture.h"
@@ -100,8 +102,12 @@ TEST(Stack, RefreshesAndSendsOnceMoreWhenUnauthorized) {
 
 TEST(Stack, AFailedRefreshIsTheCallsErrorAndNothingIsSentAgain) {
   StackFixture stack(ScriptedURLSession::answering({makeResponse(401), makeResponse(400)}));
-  const auto result = stack.await(stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request()));
+  std::thread::id answeredOn;
+  const auto result = stack.await(stack.builder.oauth2NetworkService()
+                                      ->authorizeAndLoad(stack.request())
+                                      .finally([&](const auto&) { answeredOn = std::this_thread::get_id(); }));
   ASSERT_FALSE(result);
+  EXPECT_EQ(answeredOn, std::this_thread::get_id());
   EXPECT_EQ(result.error().as<NetworkServiceError>()->serverError()->response.statusCode, 400);
   EXPECT_EQ(stack.session->requests().size(), 2U);
   EXPECT_EQ(stack.store->records().credentials->accessToken, "access-1");
