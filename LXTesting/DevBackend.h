@@ -29,11 +29,10 @@ struct DevCredentials {
 /// asked for: clients are told to connect to `address` for all hosts, and to trust `caFile`.
 ///
 /// Tokens live and die by real time. Other processes steer it through `/_dev/...`: GET journal; POST scenario (a
-/// scenario file), expire, revoke ({"refresh_token"} or everything), lifetime ({"expires_in"}), credentials ({"user"})
-/// and code ({"user", "code_challenge"}), with JSON bodies.
+/// scenario file), expire, revoke ({"refresh_token"} or everything), lifetime ({"expires_in"}), grace
+/// ({"milliseconds"}), credentials ({"user"}) and code ({"user", "code_challenge"}), with JSON bodies.
 ///
-/// Thread-safe. Everything that it started has ended when it is destroyed. SIGPIPE is ignored in a process that has
-/// started one.
+/// Thread-safe. Everything that it started has ended when it is destroyed.
 class DevBackend {
  public:
   using Options = DevBackendOptions;

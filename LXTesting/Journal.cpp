@@ -1,5 +1,6 @@
 #include "LXTesting/Journal.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -10,7 +11,7 @@ namespace lx {
 
 namespace {
 
-constexpr std::size_t mostEntries = 65'536;
+constexpr std::size_t mostEntries = 16'384;
 
 namespace json = boost::json;
 
@@ -66,6 +67,12 @@ Journal::~Journal() = default;
 std::vector<JournalEntry> Journal::entries() const {
   const std::lock_guard lock(state_->mutex);
   return {state_->entries.begin(), state_->entries.end()};
+}
+
+std::vector<JournalEntry> Journal::entriesAfter(std::int64_t sequence) const {
+  const std::lock_guard lock(state_->mutex);
+  const auto first = std::ranges::upper_bound(state_->entries, sequence, {}, &JournalEntry::sequence);
+  return {first, state_->entries.end()};
 }
 
 std::size_t Journal::count(std::string_view path, std::string_view grant) const {

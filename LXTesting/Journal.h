@@ -35,7 +35,7 @@ struct JournalEntry {
 };
 
 /// What the development backend was asked, in order. Thread-safe. Counts go on for ever; of the entries the latest
-/// 65,536 are kept. Requests to the backend's own control paths do not appear.
+/// 16,384 are kept. Requests to the backend's own control paths do not appear.
 class Journal {
  public:
   Journal();
@@ -44,6 +44,9 @@ class Journal {
   ~Journal();
 
   std::vector<JournalEntry> entries() const;
+
+  /// Those that came after the one of that sequence number.
+  std::vector<JournalEntry> entriesAfter(std::int64_t sequence) const;
 
   /// How many requests came for a path, or for all paths where it is empty; with a grant only those of that grant.
   std::size_t count(std::string_view path = {}, std::string_view grant = {}) const;

@@ -1,6 +1,6 @@
 #include "LXServices/Environment/BackendDomains.h"
 
-#include "LXServices/Environment/DeploymentData.h"
+#include "LXServices/Environment/DeploymentDataInternal.h"
 
 namespace lx {
 namespace {

@@ -1,6 +1,6 @@
 #include "LXServices/Environment/ServiceEnvironments.h"
 
-#include "LXServices/Environment/DeploymentData.h"
+#include "LXServices/Environment/DeploymentDataInternal.h"
 #include "LXServices/Environment/EnvironmentURLsInternal.h"
 #include "LXUtils/Foundation/PercentEncoding.h"
 

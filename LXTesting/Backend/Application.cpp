@@ -19,6 +19,10 @@ Application::Application(std::shared_ptr<Clock> clock, DevBackendOptions options
   addUnifiedLoginRoutes(router_, world_);
   addSignInPages(router_, world_);
   addUserRoutes(router_, world_);
+  addSettingsRoutes(router_, world_);
+  addOrganisationRoutes(router_, world_);
+  addVoiceRoutes(router_, world_);
+  addEmotionRoutes(router_);
   addControlRoutes(control_, *this);
 }
 

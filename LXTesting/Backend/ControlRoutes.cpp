@@ -30,13 +30,15 @@ ServerResponse revoke(Application& application, const ServerRequest& request) {
   return done();
 }
 
-ServerResponse setLifetime(Application& application, const ServerRequest& request) {
+/// Hands the whole number under `key` on.
+template <class Set>
+ServerResponse setNumber(const ServerRequest& request, std::string_view key, const Set& set) {
   const auto body = jsonBody(request);
   if (!body) return body.error();
-  const auto* value = body->if_contains("expires_in");
-  const auto* seconds = value ? value->if_int64() : nullptr;
-  if (!seconds) return errorResponse(400, "invalid_request", "Missing expires_in");
-  application.world().tokens.setExpiresIn(*seconds);
+  const auto* value = body->if_contains(key);
+  const auto* number = value ? value->if_int64() : nullptr;
+  if (!number) return errorResponse(400, "invalid_request", "Missing " + std::string(key));
+  set(*number);
   return done();
 }
 
@@ -72,7 +74,13 @@ void addControlRoutes(Router& router, Application& application) {
   });
   router.add("POST", "/_dev/scenario", [&](const auto& request) { return setScenario(application, request); });
   router.add("POST", "/_dev/revoke", [&](const auto& request) { return revoke(application, request); });
-  router.add("POST", "/_dev/lifetime", [&](const auto& request) { return setLifetime(application, request); });
+  router.add("POST", "/_dev/lifetime", [&](const auto& request) {
+    return setNumber(request, "expires_in", [&](auto seconds) { application.world().tokens.setExpiresIn(seconds); });
+  });
+  router.add("POST", "/_dev/grace", [&](const auto& request) {
+    return setNumber(request, "milliseconds",
+                     [&](auto count) { application.world().tokens.setGrace(std::chrono::milliseconds(count)); });
+  });
   router.add("POST", "/_dev/credentials", [&](const auto& request) { return credentials(application, request); });
   router.add("POST", "/_dev/code", [&](const auto& request) { return code(application, request); });
 }

@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <limits>
 
 #include "LXTesting/Backend/FaultPlayerInternal.h"
 #include "LXTesting/Backend/JSONInternal.h"
@@ -55,7 +57,9 @@ std::string headOf(const ServerResponse& response, std::optional<std::size_t> co
   return head + "\r\n";
 }
 
-int milliseconds(std::chrono::milliseconds duration) { return static_cast<int>(duration.count()); }
+int milliseconds(std::chrono::milliseconds duration) {
+  return static_cast<int>(std::min<std::int64_t>(duration.count(), std::numeric_limits<int>::max()));
+}
 
 /// Head, the pause that the fault asks for, and then the body as `sendBody` sends it.
 template <class SendBody>

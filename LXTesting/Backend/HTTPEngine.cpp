@@ -1,6 +1,7 @@
 #include <array>
 
 #include <httplib.h>
+#include <signal.h>
 
 #include "LXTesting/Backend/HTTPEngineInternal.h"
 #include "LXTesting/Backend/TLSConnectionInternal.h"
@@ -22,6 +23,19 @@ bool isOfTheLibrary(std::string_view name) {
   constexpr std::array<std::string_view, 4> names{"REMOTE_ADDR", "REMOTE_PORT", "LOCAL_ADDR", "LOCAL_PORT"};
   return std::find(names.begin(), names.end(), name) != names.end();
 }
+
+/// The library ignores SIGPIPE for the whole process and its children. Our threads block it instead, so whatever the
+/// process had stays.
+class KeptSignalAction {
+ public:
+  KeptSignalAction() { ::sigaction(SIGPIPE, nullptr, &action_); }
+  KeptSignalAction(const KeptSignalAction&) = delete;
+  KeptSignalAction& operator=(const KeptSignalAction&) = delete;
+  ~KeptSignalAction() { ::sigaction(SIGPIPE, &action_, nullptr); }
+
+ private:
+  struct sigaction action_{};
+};
 
 class ConnectionStream final : public httplib::Stream {
  public:
@@ -111,7 +125,11 @@ class HTTPEngine::Server final : public httplib::Server {
   }
 };
 
-HTTPEngine::HTTPEngine(Handler handler) : server_(std::make_unique<Server>(std::move(handler))) {}
+HTTPEngine::HTTPEngine(Handler handler) {
+  const KeptSignalAction kept;
+  server_ = std::make_unique<Server>(std::move(handler));
+}
+
 HTTPEngine::~HTTPEngine() = default;
 
 void HTTPEngine::serve(TLSConnection& connection) { server_->serve(connection); }

@@ -16,7 +16,7 @@ class HTTPEngine {
   HTTPEngine& operator=(const HTTPEngine&) = delete;
   ~HTTPEngine();
 
-  /// Serves requests until the connection ends. May be called from many threads.
+  /// Serves requests until the connection ends. May be called from many threads, which must block SIGPIPE.
   void serve(TLSConnection& connection);
 
  private:

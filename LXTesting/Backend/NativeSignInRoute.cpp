@@ -34,7 +34,10 @@ std::optional<SignIn> signIn(World& world, const std::string& token) {
 std::string clientOf(const ServerRequest& request) { return std::string(request.header("X-Client-Type")); }
 
 ServerResponse nativeSignIn(World& world, const ServerRequest& request) {
-  if (const auto current = authenticatedUser(world, request, CookieUse::refused); !current) return current.error();
+  // Who signs in need not be anybody yet; a token that is sent all the same must be good.
+  if (request.bearerToken()) {
+    if (const auto current = authenticatedUser(world, request, CookieUse::refused); !current) return current.error();
+  }
   const auto body = jsonBody(request);
   if (!body) return body.error();
   const auto token = providerToken(*body);

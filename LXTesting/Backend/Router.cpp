@@ -4,18 +4,45 @@
 
 namespace lx::backend {
 
+namespace {
+
+/// Whether the path has the pattern's segments, where "*" stands for any one.
+bool fits(std::string_view path, std::string_view pattern) {
+  while (true) {
+    const auto segment = path.substr(0, path.find('/'));
+    const auto expected = pattern.substr(0, pattern.find('/'));
+    if (expected == "*" ? segment.empty() : segment != expected) return false;
+    if (segment.size() == path.size() || expected.size() == pattern.size()) {
+      return segment.size() == path.size() && expected.size() == pattern.size();
+    }
+    path.remove_prefix(segment.size() + 1);
+    pattern.remove_prefix(expected.size() + 1);
+  }
+}
+
+}  // namespace
+
 void Router::add(const std::string& method, const std::string& path, Route route) {
-  routes_[path][method] = std::move(route);
+  auto& routes = path.find('*') == std::string::npos ? routes_ : patterns_;
+  routes[path][method] = std::move(route);
+}
+
+const Router::Methods* Router::methodsOf(const std::string& path) const {
+  const auto exact = routes_.find(path);
+  if (exact != routes_.end()) return &exact->second;
+  const auto fitting =
+      std::find_if(patterns_.begin(), patterns_.end(), [&](const auto& entry) { return fits(path, entry.first); });
+  return fitting == patterns_.end() ? nullptr : &fitting->second;
 }
 
 ServerResponse Router::route(const ServerRequest& request) const {
-  const auto methods = routes_.find(request.path);
-  if (methods == routes_.end()) return errorResponse(404, "not_found", "No such endpoint");
-  const auto route = methods->second.find(request.method);
-  if (route != methods->second.end()) return route->second(request);
+  const auto* methods = methodsOf(request.path);
+  if (!methods) return errorResponse(404, "not_found", "No such endpoint");
+  const auto route = methods->find(request.method);
+  if (route != methods->end()) return route->second(request);
   auto response = errorResponse(405, "method_not_allowed", "Another method is needed");
   std::string allowed;
-  for (const auto& [method, ignored] : methods->second) allowed += (allowed.empty() ? "" : ", ") + method;
+  for (const auto& [method, ignored] : *methods) allowed += (allowed.empty() ? "" : ", ") + method;
   response.headers.emplace_back("Allow", allowed);
   return response;
 }
@@ -53,10 +80,8 @@ std::pair<std::string, std::string> cookieHeader(const ServerRequest& request, c
   std::string cookie = name + "=" + value + "; Path=/; Secure; HttpOnly";
   // auth.example.com sets its cookies for example.com; a name without such a parent, or an address, for itself.
   const bool isAddress = request.host.find_first_not_of("0123456789.") == std::string::npos;
-  const auto firstDot = request.host.find('.');
-  if (!isAddress && firstDot != std::string::npos && firstDot != request.host.rfind('.')) {
-    cookie += "; Domain=" + request.host.substr(request.host.rfind('.', request.host.rfind('.') - 1) + 1);
-  }
+  const auto parent = request.host.substr(std::min(request.host.find('.'), request.host.size() - 1) + 1);
+  if (!isAddress && parent.find('.') != std::string::npos) cookie += "; Domain=" + parent;
   return {"Set-Cookie", cookie};
 }
 

@@ -25,13 +25,19 @@ class Router {
  public:
   using Route = std::function<ServerResponse(const ServerRequest&)>;
 
+  /// A segment "*" of the path stands for any one segment.
   void add(const std::string& method, const std::string& path, Route route);
 
   /// 404 for an unknown path, 405 for a known one with another method.
   ServerResponse route(const ServerRequest& request) const;
 
  private:
-  std::map<std::string, std::map<std::string, Route>> routes_;  ///< by path and method
+  using Methods = std::map<std::string, Route>;
+
+  const Methods* methodsOf(const std::string& path) const;
+
+  std::map<std::string, Methods> routes_;    ///< by path
+  std::map<std::string, Methods> patterns_;  ///< by path with "*"
 };
 
 /// The body as a JSON object: 415 for another media type, 400 for anything that is no object.
@@ -71,5 +77,9 @@ void addNativeSignInRoute(Router& router, World& world);
 void addUnifiedLoginRoutes(Router& router, World& world);
 void addSignInPages(Router& router, World& world);
 void addUserRoutes(Router& router, World& world);
+void addSettingsRoutes(Router& router, World& world);
+void addOrganisationRoutes(Router& router, World& world);
+void addVoiceRoutes(Router& router, World& world);
+void addEmotionRoutes(Router& router);
 
 }  // namespace lx::backend

@@ -1,5 +1,7 @@
 #include <array>
 
+#include <signal.h>
+
 #include "LXTesting/Backend/TLSConnectionInternal.h"
 #include "LXTesting/Backend/TLSServerInternal.h"
 
@@ -35,7 +37,11 @@ TLSServer::~TLSServer() {
   acceptor_.join();
 }
 
+/// The workers inherit the signal mask of this thread, from which they are started.
 void TLSServer::acceptConnections() {
+  sigset_t all;
+  ::sigfillset(&all);
+  ::pthread_sigmask(SIG_BLOCK, &all, nullptr);
   std::array<pollfd, 2> watched{{{listener_.get(), POLLIN, 0}, {stop_.descriptor(), POLLIN, 0}}};
   while (waitForEvents(watched, -1) && watched[1].revents == 0) {
     Descriptor socket = acceptConnection(listener_);

@@ -4,6 +4,7 @@
 
 #include "LXTesting/Backend/AccountsInternal.h"
 #include "LXTesting/Backend/CodeStoreInternal.h"
+#include "LXTesting/Backend/SettingsStoreInternal.h"
 #include "LXTesting/Backend/TokenStoreInternal.h"
 #include "LXTesting/DevBackendOptions.h"
 
@@ -21,6 +22,7 @@ struct World {
   Accounts accounts;
   TokenStore tokens;
   CodeStore codes;
+  SettingsStore settings;
   Protected<DevCookies> cookies;
   const std::string appRedirectURI;
 };

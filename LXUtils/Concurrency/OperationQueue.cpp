@@ -82,17 +82,16 @@ void MainQueue::stop() {
 }
 
 bool MainQueue::runUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
-  const auto deadline = Clock::system()->steadyNow() + timeout;
+  const auto clock = Clock::system();
+  const auto deadline = clock->steadyNow() + timeout;
   std::unique_lock lock(mutex_);
   while (true) {
     lock.unlock();
     const bool holds = done();
     lock.lock();
     if (holds) return true;
-    if (!runOne(lock) && changed_.wait_until(lock, deadline) == std::cv_status::timeout && work_.empty()) {
-      lock.unlock();
-      return done();
-    }
+    if (clock->steadyNow() >= deadline) return false;
+    if (!runOne(lock)) changed_.wait_until(lock, deadline);
   }
 }
 

@@ -21,7 +21,8 @@ class MainQueue final : public DispatchQueue {
 
   void async(Work work) override;
 
-  /// On the thread that pumps the queue, runs `work` at once; on others, waits until the pumping thread has run it.
+  /// Within the queue's own work, runs `work` at once; elsewhere, waits until the pumping thread has run it. The thread
+  /// that pumps must therefore not call it outside of the queue's work.
   void sync(const std::function<void()>& work) override;
 
   const std::string& label() const override;

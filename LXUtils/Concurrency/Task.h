@@ -92,14 +92,26 @@ class TaskState {
       if (result_) return;
       handler = std::move(cancelHandler_);
       cancelHandler_ = nullptr;
+      isCancelled_ = true;
     }
     complete(fail(TaskError::cancelled));
     if (handler) handler();
   }
 
   void onCancel(std::move_only_function<void()> handler) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (!isCancelled_) {
+        if (!result_) cancelHandler_.swap(handler);
+        return;
+      }
+    }
+    handler();
+  }
+
+  bool isCompleted() const {
     const std::lock_guard lock(mutex_);
-    if (!result_) cancelHandler_ = std::move(handler);
+    return result_.has_value();
   }
 
   void whenCompleted(Continuation continuation) {
@@ -123,6 +135,7 @@ class TaskState {
   std::optional<Result<T>> result_;  // never changes again once it is set
   std::vector<Continuation> continuations_;
   std::move_only_function<void()> cancelHandler_;
+  bool isCancelled_ = false;
 };
 
 }  // namespace detail
@@ -227,6 +240,15 @@ class Task {
     });
   }
 
+  template <class Target, class F>
+  auto decode(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
+    using U = typename detail::IsResult<detail::ValueAnswer<F, T, Target&>>::Value;
+    return chain<U>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
+      if (!result) return promise.complete(fail(result.error()));
+      if (const auto alive = target.lock()) promise.complete(detail::applyValue(f, result, *alive));
+    });
+  }
+
   /// Puts the task that `f` returns for the error in the error's place: `f(error) -> Task<T>`.
   template <class F>
   Task catch_(F f, QueueRef queue = {}) const {
@@ -299,35 +321,41 @@ class Task {
 
   explicit Task(std::shared_ptr<detail::TaskState<T>> state) : state_(std::move(state)) {}
 
-  // A new task that `step(result, promise)` completes. A step that lets go of its promise cancels the new task.
+  // A new task that `step(result, promise)` completes. A step that lets go of its promise cancels the new task. Once that
+  // is cancelled its step is not taken any more, unless the step is needed for what it does besides.
   template <class U, class Step>
-  Task<U> chain(QueueRef queue, Step step) const {
+  Task<U> chain(QueueRef queue, Step step, bool needsStep = false) const {
     Promise<U> promise;
     Task<U> next = promise.task();
     promise.onCancel([upstream = std::weak_ptr(state_)] {
       if (const auto alive = upstream.lock()) alive->cancel();
     });
     if (queue) {
-      state_->whenCompleted([queue = std::move(queue), step = std::move(step),
+      state_->whenCompleted([queue = std::move(queue), needsStep, step = std::move(step),
                              promise = std::move(promise)](const Result<T>& result) mutable {
-        queue->async([result, step = std::move(step), promise = std::move(promise)]() mutable {
-          step(result, std::move(promise));
+        queue->async([result, needsStep, step = std::move(step), promise = std::move(promise)]() mutable {
+          if (needsStep || !promise.isCompleted()) step(result, std::move(promise));
         });
       });
     } else {
-      state_->whenCompleted([step = std::move(step), promise = std::move(promise)](const Result<T>& result) mutable {
-        step(result, std::move(promise));
+      state_->whenCompleted([needsStep, step = std::move(step),
+                             promise = std::move(promise)](const Result<T>& result) mutable {
+        if (needsStep || !promise.isCompleted()) step(result, std::move(promise));
       });
     }
     return next;
   }
 
+
   template <class Effect>
   Task observe(QueueRef queue, Effect effect) const {
-    return chain<T>(std::move(queue), [effect = std::move(effect)](const Result<T>& result, Promise<T> promise) mutable {
-      effect(result);
-      promise.complete(result);
-    });
+    return chain<T>(
+        std::move(queue),
+        [effect = std::move(effect)](const Result<T>& result, Promise<T> promise) mutable {
+          effect(result);
+          promise.complete(result);
+        },
+        true);
   }
 
   std::shared_ptr<detail::TaskState<T>> state_;
@@ -348,11 +376,13 @@ class Promise {
 
   Task<T> task() const { return Task<T>(state_); }
 
+  bool isCompleted() const { return state_->isCompleted(); }
+
   /// Completes the task, unless it was cancelled before.
   void complete(Result<T> result) { state_->complete(std::move(result)); }
 
-  /// What the producer does when the task is cancelled, on the cancelling thread, after the task has completed. The
-  /// latest handler counts.
+  /// What the producer does when the task is cancelled, on the cancelling thread, after the task has completed; at once
+  /// when it has been cancelled already. The latest handler counts.
   void onCancel(std::move_only_function<void()> handler) { state_->onCancel(std::move(handler)); }
 
   /// Completes the task with the result of another; a cancel goes on to that one.

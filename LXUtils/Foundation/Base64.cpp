@@ -1,5 +1,6 @@
 #include "LXUtils/Foundation/Base64.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 

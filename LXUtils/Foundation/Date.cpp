@@ -19,18 +19,28 @@ constexpr std::array<std::string_view, 7> weekdayNames{"Sun", "Mon", "Tue", "Wed
 constexpr std::array<std::string_view, 12> monthNames{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
-/// An instant taken apart.
-struct Parts {
-  explicit Parts(Date date) : day(floor<days>(date)), calendar(day), time(date - day) {}
+/// The instants with a year of four digits, all that the formats can write.
+constexpr Date earliestWritten =
+    sys_days(year_month_day(std::chrono::year(0), std::chrono::January, std::chrono::day(1)));
+constexpr Date endOfWritten =
+    sys_days(year_month_day(std::chrono::year(10'000), std::chrono::January, std::chrono::day(1)));
 
+/// An instant taken apart; one that cannot be written counts as the nearest that can.
+struct Parts {
+  explicit Parts(Date date)
+      : instant(std::clamp(date, earliestWritten, endOfWritten - microseconds(1))),
+        day(floor<days>(instant)),
+        calendar(day),
+        time(instant - day) {}
+
+  Date instant;
   sys_days day;
   year_month_day calendar;
   hh_mm_ss<microseconds> time;
 };
 
 void appendDigits(std::string& out, std::int64_t value, std::size_t width) {
-  if (value < 0) out += '-';
-  const std::string digits = std::to_string(value < 0 ? -value : value);
+  const std::string digits = std::to_string(value);
   out.append(width > digits.size() ? width - digits.size() : 0, '0');
   out += digits;
 }

@@ -17,6 +17,9 @@ inline constexpr Date referenceDate = std::chrono::sys_days{std::chrono::January
 /// `date` and a number of seconds from it; an instant beyond the range of Date becomes the nearest end of the range.
 Date addingSeconds(Date date, std::int64_t seconds);
 
+// The formats below write years of four digits: an instant outside the years 0000 to 9999 is written as the nearest
+// inside.
+
 /// RFC 3339 in UTC with as many fractional digits (none, 3 or 6) as the instant needs: "2021-03-04T05:06:07.123Z".
 std::string rfc3339(Date date);
 

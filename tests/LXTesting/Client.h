@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -24,16 +24,22 @@ class Client {
  public:
   Client(std::string address, std::string caFile) : address_(std::move(address)), caFile_(std::move(caFile)) {}
 
-  Answer get(const std::string& path, std::vector<std::string> headers = {}) const;
+  Answer get(const std::string& path, const std::vector<std::string>& headers = {}) const;
   Answer post(const std::string& path, const std::string& body, std::vector<std::string> headers = {},
               const std::string& contentType = "application/json; charset=utf-8") const;
 
+  Answer put(const std::string& path, const std::string& body, const std::vector<std::string>& headers) const;
+  Answer head(const std::string& path) const;
+
   /// How long a request may take before it fails with CURLE_OPERATION_TIMEDOUT.
   long timeoutMilliseconds = 20'000;
+  /// A longer body makes the client hang up.
+  std::size_t largestBody = 1'000'000;
   std::string host = "auth.lexiconia.com";
 
  private:
-  Answer perform(const std::string& path, const std::string* body, std::vector<std::string> headers) const;
+  Answer perform(const std::string& method, const std::string& path, const std::string* body,
+                 const std::vector<std::string>& headers) const;
 
   std::string address_;
   std::string caFile_;

@@ -1,4 +1,6 @@
+#include <csignal>
 #include <filesystem>
+#include <thread>
 
 #include "LXTesting/Fixture.h"
 
@@ -54,8 +56,10 @@ TEST_F(DevBackendJournal, OtherProcessesSteerTheBackendByItsControlPaths) {
   EXPECT_EQ(client().post("/_dev/expire", "{}").status, 200);
   EXPECT_EQ(user(minted.json("access_token")).status, 401);
   EXPECT_EQ(client().post("/_dev/lifetime", R"({"expires_in":5})").status, 200);
+  EXPECT_EQ(client().post("/_dev/grace", R"({"milliseconds":3600000})").status, 200);
   const auto refreshed = refresh(minted.json("refresh_token"));
   EXPECT_EQ(refreshed.json("expires_in"), "5");
+  EXPECT_EQ(refresh(minted.json("refresh_token")).status, 200);
   EXPECT_EQ(client().post("/_dev/revoke", "{}").status, 200);
   EXPECT_EQ(refresh(refreshed.json("refresh_token")).status, 401);
   const auto code = client().post("/_dev/code", R"({"user":"ordinary","code_challenge":")" + challenge + "\"}");
@@ -82,6 +86,17 @@ TEST_F(DevBackendJournal, OnlyNamesOfTheCertificateAreServedAndTheTemporaryCAFil
   EXPECT_EQ(DevBackend::start({.hostNames = {"bad name,"}}).error().typeName(), "DevBackendError.certificate");
   backend.reset();
   EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(DevBackendJournal, LeavesTheSignalsOfItsProcessAlone) {
+  struct sigaction action{};
+  ::sigaction(SIGPIPE, nullptr, &action);
+  EXPECT_EQ(action.sa_handler, SIG_DFL);
+  backend->addFault("/v3/user", {.effect = Fault::Oversized{.bytes = 64'000'000}});
+  auto hasty = client();
+  hasty.largestBody = 10'000;
+  EXPECT_NE(hasty.get("/v3/user").curlCode, 0) << "hangs up, and the server writes into a closed connection";
+  EXPECT_EQ(client().get("/v3/user").status, 401);
 }
 
 TEST_F(DevBackendJournal, ServesManyConnectionsAtOnce) {

@@ -1,3 +1,5 @@
+#include <thread>
+
 #include <curl/curl.h>
 
 #include "LXTesting/Fixture.h"

@@ -92,7 +92,8 @@ TEST_F(DevBackendSignIn, NativeSignInKnowsItsUsersAndMakesNewOnes) {
   EXPECT_EQ(unknown.status, 401);
   EXPECT_EQ(unknown.json("message"), "The provider's token is not valid");
   EXPECT_EQ(signIn(R"({"google_signin":{"access_token":"google-blocked"}})").status, 403);
-  EXPECT_EQ(client().post("/v4/api/native-sign-in", newcomer).status, 401) << "without credentials";
+  EXPECT_EQ(client().post("/v4/api/native-sign-in", newcomer).status, 200) << "without credentials";
+  EXPECT_EQ(client().post("/v4/api/native-sign-in", newcomer, {"Authorization: Bearer bad"}).status, 401);
 }
 
 TEST_F(DevBackendSignIn, UserOrAnonymousSetsTheCookiesThatAreWanted) {

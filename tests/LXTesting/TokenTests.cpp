@@ -1,3 +1,5 @@
+#include <limits>
+
 #include "LXTesting/Fixture.h"
 
 namespace lx::test {

@@ -55,6 +55,31 @@ TEST(SerialQueue, SyncWorksFromItsOwnWorkAndFromMoreQueuesThanThereAreWorkers) {
   EXPECT_EQ(calls, 6);
 }
 
+TEST(SerialQueue, CallersOfSyncWhoAreAllTheWorkersRunTheEarlierWorkThemselves) {
+  for (int round = 0; round < 20; ++round) {
+    const auto target = DispatchQueue::makeSerial("target");
+    std::vector<QueueRef> queues;
+    int calls = 0;  // unguarded on purpose: the queue is the guard
+    for (int i = 0; i < 6; ++i) {
+      queues.push_back(DispatchQueue::makeSerial("outer"));
+      queues.back()->async([&] {
+        target->async([&] { ++calls; });
+        target->sync([&] { ++calls; });
+      });
+    }
+    for (const auto& queue : queues) queue->sync([] {});
+    target->sync([&] { EXPECT_EQ(calls, 12); });
+  }
+}
+
+TEST(SerialQueue, SyncFindsItsWayBackThroughAnotherQueue) {
+  const auto outer = DispatchQueue::makeSerial("outer");
+  const auto inner = DispatchQueue::makeSerial("inner");
+  bool ran = false;
+  outer->sync([&] { inner->sync([&] { outer->sync([&] { ran = true; }); }); });
+  EXPECT_TRUE(ran);
+}
+
 TEST(SerialQueue, TheLastOwnerMayBeItsOwnWork) {
   std::promise<void> gone;
   struct Witness {

@@ -91,6 +91,29 @@ TEST(Task, CancelReachesTheProducerThroughEveryStageOnce) {
   EXPECT_TRUE(isCancelled(following));
 }
 
+TEST(Task, WhatIsCancelledWhileAStepIsQueuedIsNotStarted) {
+  const auto main = MainQueue::shared();
+  bool started = false;
+  bool cleanedUp = false;
+  const auto next = [&](int) {
+    started = true;
+    return Task<int>::success(1);
+  };
+  const auto chained = Task<int>::success(1).then(next, main);
+  const auto observed = Task<int>::success(1).finally([&](const Result<int>&) { cleanedUp = true; }, main);
+  chained.cancel();
+  observed.cancel();
+  main->drain();
+  EXPECT_FALSE(started);
+  EXPECT_TRUE(cleanedUp);
+
+  int cancels = 0;
+  Promise<void> outer;
+  outer.task().cancel();
+  outer.onCancel([&] { ++cancels; });
+  EXPECT_EQ(cancels, 1);
+}
+
 TEST(Task, AGoneTargetSkipsSideEffectsAndCancelsWhereItsAnswerWasNeeded) {
   auto target = std::make_shared<int>(3);
   int calls = 0;

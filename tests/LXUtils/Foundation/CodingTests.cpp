@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "LXUtils/Foundation/AnyJSON.h"
 #include "LXUtils/Foundation/Coding.h"
 #include "LXUtils/Foundation/URL.h"
 
@@ -207,6 +208,15 @@ TEST(Coding, AbsentOptionalsAreLeftOutAndAVariantIsWrittenIntoItsHolder) {
             R"({"id":0,"ratio":0,"flag":true,"groups":["standard"],"level":"LOW","accounts":[],"token":"x"})");
   EXPECT_EQ(encodeJSONText(Envelope{{"c", true}, "n"}).value_or("failed"), R"({"code":"c","name":"n"})");
   EXPECT_EQ(encodeJSONText(Grant{"t", false}).value_or("failed"), R"({"access_token":"t"})");
+}
+
+TEST(Coding, AnyValueCanBeOwned) {
+  const auto any = decodeJSON<AnyJSON>(R"({"b":[null,true,1.0,1.5,"x",{}],"a":1,"a":2})");
+  ASSERT_TRUE(any);
+  EXPECT_EQ(encodeJSONText(*any).value_or("failed"), R"({"a":2,"b":[null,true,1,1.5,"x",{}]})");
+  EXPECT_EQ(decodeJSON<AnyJSON::Object>("[]").error().description(), "wrong type");
+  EXPECT_EQ(encodeJSONText(AnyJSON{AnyJSON::Array{AnyJSON{std::string("\xFF")}}}).error().description(),
+            "[0]: not UTF-8");
 }
 
 TEST(Coding, AnEncodingFaultNamesItsPath) {

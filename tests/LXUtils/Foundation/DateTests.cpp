@@ -31,6 +31,9 @@ TEST(Date, RFC3339HasAsManyFractionalDigitsAsNeeded) {
   EXPECT_EQ(rfc3339(sample + 1us), "2021-03-04T05:06:07.123001Z");
   EXPECT_EQ(rfc3339(sys_days(2021y / 3 / 4)), "2021-03-04T00:00:00Z");
   EXPECT_EQ(rfc3339(Date(-1us)), "1969-12-31T23:59:59.999999Z");
+  EXPECT_EQ(rfc3339(Date::max()), "9999-12-31T23:59:59.999999Z");
+  EXPECT_EQ(rfc3339(Date::min()), "0000-01-01T00:00:00Z");
+  EXPECT_TRUE(parseTimestamp(formatTimestamp(Date::max())));
 }
 
 TEST(Date, TimestampsComeBackAndFieldsAreStrict) {

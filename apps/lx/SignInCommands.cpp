@@ -1,0 +1,110 @@
+#include "LXServices/Services/NetworkServicesOAuth2/Authentication/AnonymousServiceOAuth2.h"
+#include "LXServices/Services/UserService.h"
+
+#include "lx/SignIn.h"
+#include "lx/ToolError.h"
+
+namespace lx::tool {
+namespace {
+
+/// Keeps what a sign-in gave. A device identifier stays when there is no new one: it belongs to the device.
+Result<void> store(FileCredentialsStorage& storage, const OAuth2AuthDTO& authDTO) {
+  if (const auto stored = storage.storeOAuth2Credentials(authDTO.oauth2Credentials); !stored) return stored;
+  if (!authDTO.deviceAuthData.trustedDeviceID) return {};
+  return storage.storeDeviceAuthData(authDTO.deviceAuthData);
+}
+
+class RequestBodyProvider final : public OAuth2SocialSignonCodeExchangeRequestBodyProvider {
+ public:
+  explicit RequestBodyProvider(bool google) : google_(google) {}
+
+  EncodableBody requestBody(const OAuth2SocialSignonPayload& payload) const override {
+    const SocialRequestPayload::User user{payload.name, payload.email};
+    // Google's sign-in returns an access token, Apple's a code.
+    if (google_) {
+      return SignonContextGoogle{{SocialRequestPayload::AccessToken{payload.socialProviderToken, user}}, payload.tdi};
+    }
+    return SignonContextApple{{SocialRequestPayload::Code{payload.socialProviderToken, user}}, payload.tdi};
+  }
+
+ private:
+  const bool google_;
+};
+
+Result<SignedIn> exchange(Stack& stack, const SignInOptions& options) {
+  const auto service = stack.networking().authenticationService();
+  const auto device = stack.store().trustedDeviceID();
+  if (!options.code.empty()) {
+    const auto authDTO = stack.await(service->unifiedSignonExchangeCode(options.code, options.verifier, device));
+    if (!authDTO) return fail(authDTO.error());
+    return SignedIn{*authDTO, std::nullopt, {}};
+  }
+  const bool google = !options.google.empty();
+  const auto answer = stack.await(service->socialSignonExchangeSocialToken(
+      RequestBodyProvider(google), {google ? options.google : options.apple, device, options.name, options.email}));
+  if (!answer) return fail(answer.error());
+  return SignedIn{answer->first, answer->second, {}};
+}
+
+}  // namespace
+
+Result<SignedIn> signIn(Stack& stack, const SignInOptions& options) {
+  auto signedIn = exchange(stack, options);
+  if (!signedIn) return signedIn;
+  auto& storage = stack.store();
+  const auto userBefore = storage.currentUser();
+  if (const auto stored = store(storage, signedIn->authDTO); !stored) return fail(stored.error());
+  // Whoever was signed in before is gone with the credentials, whether the new user can be fetched or not.
+  if (const auto forgotten = storage.storeUser(std::nullopt); !forgotten) return fail(forgotten.error());
+  UserServiceOAuth2Impl users(stack.networking().oauth2NetworkService(), stack.environment());
+  const auto fetched = stack.await(users.fetchUser());
+  if (!fetched) return fail(fetched.error());
+  signedIn->user = fetched->user;
+  // What the cookie era left must not sign another user in again.
+  if (!userBefore || !*userBefore || (*userBefore)->id != fetched->user.id) {
+    if (const auto forgotten = storage.storeLegacyAuthData(std::nullopt); !forgotten) return fail(forgotten.error());
+  }
+  if (const auto stored = storage.storeUser(fetched->user); !stored) return fail(stored.error());
+  return signedIn;
+}
+
+Result<void> runSignIn(const GlobalOptions& global, const Output& output, const SignInOptions& options) {
+  const auto stack = Stack::make(global);
+  if (!stack) return fail(stack.error());
+  const auto signedIn = signIn(**stack, options);
+  if (!signedIn) return fail(signedIn.error());
+  return output.object([&](ObjectWriter& out) {
+    out.members(signedIn->authDTO);
+    if (signedIn->action) out.text("action", rawValue(*signedIn->action));
+    out.wire("user", signedIn->user);
+  });
+}
+
+Result<void> runAnonymous(const GlobalOptions& global, const Output& output) {
+  const auto stack = Stack::make(global);
+  if (!stack) return fail(stack.error());
+  AnonymousServiceOAuth2Impl service((*stack)->environment(), (*stack)->networking().oauth2LooseNetworkService());
+  const auto credentials = (*stack)->await(service.authenticateAnonymous());
+  if (!credentials) return fail(credentials.error());
+  if (const auto stored = (*stack)->store().storeOAuth2Credentials(*credentials); !stored) return stored;
+  if (const auto forgotten = (*stack)->store().storeUser(std::nullopt); !forgotten) return forgotten;
+  return output.object([&](ObjectWriter& out) { out.members(*credentials); });
+}
+
+Result<void> runMigrate(const GlobalOptions& global, const Output& output, const std::string& lxauth) {
+  const auto stack = Stack::make(global);
+  if (!stack) return fail(stack.error());
+  UserAuthData authData{lxauth, std::nullopt, std::nullopt};
+  if (lxauth.empty()) {
+    const auto stored = (*stack)->store().loadLegacyAuthData();
+    if (!stored) return fail(stored.error());
+    if (!*stored) return fail(ToolError{ToolError::Kind::noLegacyData, "Nothing of the cookie era is stored"});
+    authData = **stored;
+  }
+  const auto authDTO = (*stack)->await((*stack)->networking().silentAuthorizationManager()->exchange(authData));
+  if (!authDTO) return fail(authDTO.error());
+  if (const auto stored = store((*stack)->store(), *authDTO); !stored) return stored;
+  return output.object([&](ObjectWriter& out) { out.members(*authDTO); });
+}
+
+}  // namespace lx::tool

@@ -1,0 +1,21 @@
+#include <csignal>
+
+#include "LXUtils/Logging/Logger.h"
+
+#include "lx/CommandLine.h"
+#include "lx/Hints.h"
+
+int main(int argc, char** argv) {
+  using namespace lx;
+  // A reader that goes away is seen where something is written.
+  std::signal(SIGPIPE, SIG_IGN);
+  const auto invocation = tool::parseCommandLine(argc, argv);
+  if (!invocation) return invocation.error();
+  const auto& global = invocation->global;
+  if (global.logLevel) Logging::setSink(std::make_shared<StandardErrorLogSink>(), *global.logLevel);
+  const tool::Output output(global.json, global.reveal);
+  const auto done = invocation->command(global, output);
+  if (done) return 0;
+  output.failure(done.error(), tool::hintFor(done.error()));
+  return 1;
+}

@@ -1,0 +1,300 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "CredentialsStack.h"
+
+namespace lx {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+class CredentialsService : public ::testing::Test {
+ protected:
+  void SetUp() override { Logging::setSink({&stack.events, [](LogSink*) {}}, 2); }
+  void TearDown() override { Logging::setSink(nullptr); }
+
+  // The events of the kinds that start so, in their order.
+  std::vector<std::string> events(std::initializer_list<std::string_view> kinds) const {
+    auto all = stack.events.all();
+    std::erase_if(all, [&](const std::string& event) {
+      return std::none_of(kinds.begin(), kinds.end(), [&](std::string_view kind) { return event.starts_with(kind); });
+    });
+    return all;
+  }
+  std::string storedToken() const { return stack.store->records().credentials->accessToken; }
+
+  TemporaryFolder folder;
+  CredentialsStack stack{folder.path()};
+};
+
+TEST_F(CredentialsService, AnswersAtOnceWhatNeedsNoRefresh) {
+  stack.get("none");
+  stack.forceRefresh("none");
+  stack.keep(stack.tokens("valid", std::chrono::seconds(61)));
+  stack.get("valid");
+  EXPECT_TRUE(stack.service->hasCredentials());
+  stack.store->failLoads(UnwrapError{"the disk is on fire"});
+  stack.get("unreadable");
+  EXPECT_TRUE(stack.service->hasCredentials());
+
+  EXPECT_THAT(stack.events.all(),
+              ElementsAre("log4 Credentials not found", "get none OAuth2Error.credentialsNotFound",
+                          "log4 Credentials not found", "refresh none OAuth2Error.credentialsNotFound",
+                          "get valid access-valid", "log4 Did fail to load credentials: the disk is on fire",
+                          "get unreadable Optional.Error"));
+}
+
+TEST_F(CredentialsService, ConcurrentCallersShareOneRefreshAndAreAnsweredInOrder) {
+  stack.keepExpiring();
+  stack.get("first");
+  stack.forceRefresh("second");
+  stack.get("third");
+  ASSERT_TRUE(stack.answers(0, stack.tokens("new")));
+  ASSERT_TRUE(stack.happens("refresh second done"));
+  ASSERT_TRUE(stack.posts("Success", 1));
+
+  EXPECT_THAT(stack.events.all(), ElementsAre("request refresh-old", "get first access-new", "get third access-new",
+                                              "refresh second done"));
+  EXPECT_EQ(storedToken(), "access-new");
+  EXPECT_THAT(stack.executor->openTasks(), ElementsAre());
+}
+
+TEST_F(CredentialsService, AForcedRefreshIgnoresTheExpiryAndACompletionMayCallBack) {
+  stack.keep(stack.tokens("old"));
+  stack.service->refreshOAuth2Credentials([&](Result<void>) {
+    stack.get("again");
+    stack.forceRefresh("again");
+  });
+  ASSERT_TRUE(stack.answers(0, stack.tokens("new")));
+  ASSERT_TRUE(stack.answers(1, stack.tokens("newer")));
+  ASSERT_TRUE(stack.happens("refresh again done"));
+
+  EXPECT_THAT(events({"get", "request"}),
+              ElementsAre("request refresh-old", "get again access-new", "request refresh-new"));
+}
+
+TEST_F(CredentialsService, OnlyAnInvalidRefreshTokenEndsTheSignIn) {
+  const std::vector<Error> harmless = {CredentialsStack::serverError(500, "Invalid refresh token"),
+                                       CredentialsStack::serverError(401, "invalid refresh token"),
+                                       NetworkServiceError{NetworkServiceError::ServerError{makeResponse(401), nullptr}},
+                                       TaskError::cancelled};
+  stack.keepExpiring();
+  for (std::size_t i = 0; i < harmless.size(); ++i) {
+    stack.get(std::to_string(i));
+    ASSERT_TRUE(stack.answers(i, fail(harmless[i])));
+    ASSERT_TRUE(stack.happens("get " + std::to_string(i) + " " + harmless[i].typeName()));
+    ASSERT_TRUE(stack.posts("Failure", i + 1));
+  }
+  EXPECT_EQ(storedToken(), "access-old");
+  EXPECT_EQ(stack.events.count("logout"), 0U);
+}
+
+TEST_F(CredentialsService, WithoutFallbackTheCallersFailAndTheLogoutIsAskedForOnce) {
+  const std::vector<std::pair<std::string, std::function<void()>>> lacking = {
+      {"user", [] {}},
+      {"a user who is not anonymous", [&] { stack.keepLegacySignIn(true); }},
+      {"a manager", [&] { stack.keepLegacySignIn(); }},
+      {"legacy data", [&] {
+         auto records = stack.store->records();
+         records.legacyAuthData.reset();
+         stack.store->setRecords(records);
+         stack.service->setSilentAuthorizationManager(std::make_shared<FakeSilentAuthorization>(stack.events));
+       }}};
+  for (std::size_t i = 0; i < lacking.size(); ++i) {
+    SCOPED_TRACE(lacking[i].first);
+    stack.keepExpiring();
+    lacking[i].second();
+    stack.get(std::to_string(i));
+    ASSERT_TRUE(stack.answers(i, fail(CredentialsStack::invalidRefreshToken())));
+    ASSERT_TRUE(stack.happens("logout", i + 1));
+    ASSERT_TRUE(stack.happens("get " + std::to_string(i) + " NetworkServiceError.serverError"));
+    EXPECT_EQ(stack.events.count("logout"), i + 1);
+    EXPECT_EQ(events({"exchange"}).size(), 0U);
+  }
+  EXPECT_THAT(events({"log"}),
+              Contains(AllOf(StartsWith("log4 Logout user due to Invalid refresh token: "), HasSubstr("401"))).Times(4));
+  EXPECT_EQ(storedToken(), "access-old");
+}
+
+class Recovery : public CredentialsService {
+ protected:
+  void SetUp() override {
+    CredentialsService::SetUp();
+    stack.keepLegacySignIn();
+    stack.keepExpiring();
+    stack.service->setSilentAuthorizationManager(silent);
+    stack.get("caller");
+    ASSERT_TRUE(stack.answers(0, fail(CredentialsStack::invalidRefreshToken())));
+    ASSERT_TRUE(stack.happens("exchange lxauth"));
+  }
+  std::shared_ptr<FakeSilentAuthorization> silent = std::make_shared<FakeSilentAuthorization>(stack.events);
+};
+
+TEST_F(Recovery, KeepsTheUserSignedIn) {
+  silent->promise.complete(OAuth2AuthDTO{stack.tokens("recovered"), {}});
+  ASSERT_TRUE(stack.happens("get caller access-recovered"));
+  ASSERT_TRUE(stack.posts("Success", 1));
+
+  EXPECT_THAT(events({"log"}),
+              ElementsAre("log4 Using fallback credentials for silent authorization to prevent user logout",
+                          "log2 Did recover OAuth2 credentials using fallback credentials"));
+  EXPECT_EQ(storedToken(), "access-recovered");
+  EXPECT_EQ(stack.events.count("logout"), 0U);
+}
+
+TEST_F(Recovery, ThatFailsLogsTwiceAsksForTheLogoutAndThenAnswersWithTheRefreshError) {
+  // A delegate that revokes at once must neither change the callers' error nor cause a second notification.
+  stack.delegate->onLogout = [&] { stack.service->revokeCredentials(); };
+  silent->promise.complete(fail(UnwrapError{"no exchange today"}));
+  ASSERT_TRUE(stack.happens("get caller NetworkServiceError.serverError"));
+  ASSERT_TRUE(stack.happens("log2 Did cancel ongoing token refresh"));
+  ASSERT_TRUE(stack.posts("Failure", 1));
+
+  EXPECT_THAT(events({"log2 Did fail", "log4 Logout", "logout", "get"}),
+              ElementsAre("log2 Did fail to recover using fallback credentials: no exchange today",
+                          "log4 Logout user due to Invalid refresh token: " +
+                              CredentialsStack::invalidRefreshToken().description(),
+                          "logout", "get caller NetworkServiceError.serverError"));
+  EXPECT_EQ(stack.posted("Failure"), 1U);
+}
+
+TEST_F(Recovery, TakesWhatTheStoreHasGotMeanwhile) {
+  stack.keep(stack.tokens("signed-in-again"));
+  silent->promise.complete(fail(UnwrapError{"too late anyway"}));
+  ASSERT_TRUE(stack.happens("get caller access-signed-in-again"));
+  EXPECT_EQ(stack.events.count("logout"), 0U);
+}
+
+TEST_F(CredentialsService, RevokingCancelsTheRefreshForGood) {
+  stack.keepExpiring();
+  stack.get("caller");
+  stack.forceRefresh("caller");
+  ASSERT_TRUE(stack.happens("request refresh-old"));
+  const auto revoked = stack.service->revokeCredentials();
+  stack.get("next");  // starts a refresh of its own, which the cancel must not hit
+  ASSERT_TRUE(stack.happens("request refresh-old", 2));
+  stack.refresh->answer(0, stack.tokens("too-late"));
+  stack.refresh->answer(1, stack.tokens("next"));
+  ASSERT_TRUE(stack.happens("get next access-next"));
+  ASSERT_TRUE(stack.posts("Success", 1));
+
+  EXPECT_TRUE(revoked.result()->has_value());
+  EXPECT_EQ(stack.events.count("revoke refresh-old"), 1U);
+  EXPECT_THAT(events({"get", "refresh", "log"}),
+              ElementsAre("log2 Did cancel ongoing token refresh",
+                          "get caller OAuth2Error.credentialsRefreshWasCancelled",
+                          "refresh caller OAuth2Error.credentialsRefreshWasCancelled", "get next access-next"));
+  EXPECT_EQ(stack.posted("Failure"), 1U);
+  EXPECT_EQ(storedToken(), "access-next");
+}
+
+TEST_F(CredentialsService, RevokingWithoutCredentialsFails) {
+  const auto revoked = stack.service->revokeCredentials();
+  EXPECT_TRUE(revoked.result()->error().is(OAuth2Error::credentialsNotFound()));
+  EXPECT_THAT(stack.events.all(), ElementsAre("log4 Credentials to revoke not found"));
+}
+
+TEST_F(CredentialsService, AnExpiredBackgroundTaskLeavesTheRefreshRunning) {
+  stack.keepExpiring();
+  stack.get("caller");
+  ASSERT_TRUE(stack.happens("request refresh-old"));
+  EXPECT_THAT(stack.executor->openTasks(), ElementsAre("Token Refresh"));
+  stack.executor->expireAll();
+  ASSERT_TRUE(stack.answers(0, stack.tokens("new")));
+  ASSERT_TRUE(stack.happens("get caller access-new"));
+  ASSERT_TRUE(stack.happens("log3 Unbalanced call to end background task"));
+
+  EXPECT_THAT(events({"log"}), ElementsAre("log4 Background Refresh Task has reached timeout",
+                                           "log3 Unbalanced call to end background task"));
+  EXPECT_THAT(stack.executor->openTasks(), ElementsAre());
+}
+
+TEST_F(CredentialsService, APairThatTheStoreDoesNotTakeIsKeptAndStoredLater) {
+  stack.keepExpiring();
+  stack.store->failStores(UnwrapError{"disk full"});
+  stack.get("caller");
+  ASSERT_TRUE(stack.answers(0, stack.tokens("new")));
+  ASSERT_TRUE(stack.happens("get caller access-new"));
+  EXPECT_EQ(storedToken(), "access-old");
+  stack.store->failStores(std::nullopt);
+  stack.get("later");
+
+  EXPECT_EQ(stack.events.count("get later access-new"), 1U);
+  EXPECT_EQ(storedToken(), "access-new");
+  EXPECT_EQ(stack.posted("Success"), 0U);
+  EXPECT_THAT(events({"log4"}), Contains(HasSubstr("disk full")));
+}
+
+TEST_F(CredentialsService, ALateAnswerDoesNotOverwriteWhatWasStoredSince) {
+  stack.keepExpiring();
+  stack.get("first");
+  ASSERT_TRUE(stack.happens("request refresh-old"));
+  stack.keep(stack.tokens("other-user"));
+  ASSERT_TRUE(stack.answers(0, stack.tokens("late")));
+  ASSERT_TRUE(stack.happens("get first access-other-user"));
+
+  stack.keepExpiring();
+  stack.get("second");
+  ASSERT_TRUE(stack.happens("request refresh-old", 2));
+  stack.store->setRecords({});  // signed out
+  ASSERT_TRUE(stack.answers(1, stack.tokens("late")));
+  ASSERT_TRUE(stack.happens("get second OAuth2Error.credentialsNotFound"));
+  EXPECT_FALSE(stack.store->records().credentials);
+}
+
+TEST_F(CredentialsService, WorksWithoutALockFile) {
+  CredentialsStack lockless(folder.path() + "/missing");
+  EXPECT_THAT(events({"log4"}), ElementsAre(StartsWith("log4 File lock initialization failed: ")));
+  lockless.keepExpiring();
+  lockless.get("caller");
+  ASSERT_TRUE(lockless.answers(0, lockless.tokens("new")));
+  EXPECT_TRUE(lockless.happens("get caller access-new"));
+}
+
+TEST_F(CredentialsService, AnswersEveryCallerUnderStressWhileTheClockMoves) {
+  constexpr int threads = 64;
+  constexpr int each = 20;
+  stack.keepExpiring();
+  std::atomic<int> answers = 0;
+  std::atomic<bool> finished = false;
+  std::vector<std::jthread> callers;
+  const auto count = [&](const auto&) {
+    ++answers;
+    MainQueue::shared()->wake();
+  };
+  for (int t = 0; t < threads; ++t) {
+    callers.emplace_back([&, t] {
+      for (int i = 0; i < each; ++i) {
+        if (t % 16 == 15 && i % 5 == 0) {
+          stack.service->revokeCredentials().finally(count);
+        } else if ((t + i) % 3 == 0) {
+          stack.service->refreshOAuth2Credentials(count);
+        } else {
+          stack.service->getOAuth2Credentials(count);
+        }
+      }
+    });
+  }
+  std::jthread backend([&] {
+    for (std::size_t next = 0; !finished;) {
+      std::optional<Promise<OAuth2Credentials>> promise = stack.refresh->requests.withLock([&](auto& pending) {
+        return next < pending.size() ? std::optional(std::move(pending[next])) : std::nullopt;
+      });
+      if (!promise) continue;
+      stack.clock->manual.advance(std::chrono::seconds(40));
+      promise->complete(stack.tokens(std::to_string(next++), std::chrono::seconds(90)));
+    }
+  });
+  EXPECT_TRUE(MainQueue::shared()->runUntil([&] { return answers == threads * each; }, std::chrono::seconds(60)));
+  finished = true;
+}
+
+}  // namespace
+}  // namespace lx

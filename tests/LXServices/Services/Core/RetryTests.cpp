@@ -1,0 +1,174 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "LXServices/Services/NetworkServicesOAuth2/Core/RetryPolicies.h"
+#include "LXUtils/Foundation/Overloaded.h"
+#include "StackFixture.h"
+
+namespace lx {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+const Error noConnection = URLSessionError{URLSessionError::Kind::cannotConnect, ""};
+
+// The actions of a policy for one outcome again and again, until it is given back.
+std::vector<std::string> actions(const RetryPolicy& policy, const URLRequest& request, const auto& outcome) {
+  std::vector<std::string> all;
+  while (all.size() < 10) {
+    const auto delay = [](const RetryDescriptor& d) { return std::to_string(static_cast<int>(d.delay)); };
+    all.push_back(std::visit(
+        Overloaded{[&](const RetryAction::RefreshCredentialsAndRetry& a) { return "refresh " + delay(a.descriptor); },
+                   [&](const RetryAction::Retry& a) { return "retry " + delay(a.descriptor); },
+                   [](const RetryAction::GiveResponseBack&) { return std::string("back"); },
+                   [](const RetryAction::GiveErrorBack&) { return std::string("error"); }},
+        policy.resolveRetryAction(request, outcome).outcome));
+    if (all.back() == "back" || all.back() == "error") break;
+  }
+  return all;
+}
+
+TEST(RetryPolicies, FollowTheirProgressionsAndStartAgainAfterwards) {
+  const auto looseManager = std::make_shared<RetryProgressionManagerImpl>();
+  const auto ownManager = std::make_shared<RetryProgressionManagerImpl>();
+  const LooseRetryPolicy loose(looseManager);
+  const auto oauth2 = std::make_shared<OAuth2RetryPolicy>(loose, ownManager);
+  const AuthenticationServiceOAuth2RetryPolicy signIn(oauth2);
+  const URLRequest request(HTTPMethod::get, *URL::make("https://h.test/"));
+
+  for (int round = 0; round < 2; ++round) {
+    for (const auto* policy : std::initializer_list<const RetryPolicy*>{&loose, oauth2.get(), &signIn}) {
+      EXPECT_THAT(actions(*policy, request, makeResponse(408)), ElementsAre("retry 1", "back"));
+      EXPECT_THAT(actions(*policy, request, makeResponse(429)), ElementsAre("retry 1", "retry 2", "retry 4", "back"));
+      EXPECT_THAT(actions(*policy, request, makeResponse(503)), ElementsAre("retry 0", "retry 1", "retry 2", "back"));
+      EXPECT_THAT(actions(*policy, request, noConnection), ElementsAre("retry 0", "retry 1", "retry 2", "error"));
+      for (const int status : {200, 204, 301, 400, 403, 404, 600}) {
+        EXPECT_THAT(actions(*policy, request, makeResponse(status)), ElementsAre("back"));
+      }
+    }
+    EXPECT_THAT(actions(loose, request, makeResponse(401)), ElementsAre("back"));
+    EXPECT_THAT(actions(*oauth2, request, makeResponse(401)), ElementsAre("refresh 0", "back"));
+    EXPECT_THAT(actions(signIn, request, makeResponse(401, R"({"message":"wrong password"})")), ElementsAre("back"));
+    for (const auto* body : {"", "not json", R"({"error":"x"})", R"({"message":"user_not_authorized"})"}) {
+      EXPECT_THAT(actions(signIn, request, makeResponse(401, body)), ElementsAre("refresh 0", "back")) << body;
+    }
+  }
+  EXPECT_EQ(looseManager->size() + ownManager->size(), 0U);
+}
+
+TEST(RetryProgressionManager, CountsByIdentityOrElseByValueAndStaysExhausted) {
+  RetryProgressionManagerImpl manager;
+  const auto next = [&](const URLRequest& request) {
+    return manager.nextRetryDescription(request, [] { return RetryProgression{0.0, 3.0}; });
+  };
+  URLRequest plain(HTTPMethod::get, *URL::make("https://h.test/"));
+  URLRequest called = plain;
+  called.identity = std::make_shared<RequestIdentity>();
+  URLRequest resigned = called;
+  resigned.headers.set(HTTPHeaderName::authorization, "Bearer new");
+
+  EXPECT_EQ(next(plain), (RetryDescriptor{1, 0}));
+  EXPECT_EQ(next(URLRequest(plain)), (RetryDescriptor{2, 3}));
+  EXPECT_EQ(next(plain), std::nullopt);
+  EXPECT_EQ(next(plain), std::nullopt);
+  EXPECT_EQ(next(called), (RetryDescriptor{1, 0}));
+  EXPECT_EQ(next(resigned), (RetryDescriptor{2, 3}));
+  manager.resetRetryProgression(plain);
+  EXPECT_EQ(next(plain), (RetryDescriptor{1, 0}));
+  EXPECT_EQ(manager.size(), 2U);
+}
+
+TEST(Stack, RefreshesAndSendsOnceMoreWhenUnauthorized) {
+  // Always 401 for the thing, a new pair from the token endpoint.
+  int refreshes = 0;
+  StackFixture stack(std::make_shared<ScriptedURLSession>([&](const URLRequest& request, std::size_t) {
+    const bool isToken = request.url->path() == "/v4/api/oauth2/token";
+    return Task<NetworkResponse>::success(isToken ? tokenResponse(std::to_string(++refreshes + 1))
+                                                  : makeResponse(401));
+  }));
+  const auto network = stack.builder.oauth2NetworkService();
+  const auto first = network->authorizeAndLoad(stack.request());
+  EXPECT_EQ(stack.await(first)->statusCode, 401);
+  EXPECT_EQ(stack.await(network->authorizeAndLoad(stack.request()))->statusCode, 401);
+
+  std::vector<std::string> sent;
+  for (const auto& request : stack.session->requests()) sent.push_back(header(request, HTTPHeaderName::authorization));
+  EXPECT_THAT(sent, ElementsAre("Bearer access-1", "(none)", "Bearer access-2", "Bearer access-2", "(none)",
+                                "Bearer access-3"));
+}
+
+TEST(Stack, AFailedRefreshIsTheCallsErrorAndNothingIsSentAgain) {
+  StackFixture stack(ScriptedURLSession::answering({makeResponse(401), makeResponse(400)}));
+  std::thread::id answeredOn;
+  const auto result = stack.await(stack.builder.oauth2NetworkService()
+                                      ->authorizeAndLoad(stack.request())
+                                      .finally([&](const auto&) { answeredOn = std::this_thread::get_id(); }));
+  ASSERT_FALSE(result);
+  EXPECT_EQ(answeredOn, std::this_thread::get_id());
+  EXPECT_EQ(result.error().as<NetworkServiceError>()->serverError()->response.statusCode, 400);
+  EXPECT_EQ(stack.session->requests().size(), 2U);
+  EXPECT_EQ(stack.store->records().credentials->accessToken, "access-1");
+}
+
+TEST(Stack, WithoutCredentialsNothingIsSentAndNothingTriedAgain) {
+  StackFixture stack(ScriptedURLSession::answering({makeResponse(200)}));
+  stack.store->setRecords({});
+  const auto result = stack.await(stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request()));
+  EXPECT_EQ(result.error().code(), "3-1");
+  EXPECT_THAT(stack.session->requests(), IsEmpty());
+  EXPECT_THAT(stack.delays(), IsEmpty());
+}
+
+TEST(Stack, APlainRetrySendsTheSignedRequestAsItIs) {
+  StackFixture stack(ScriptedURLSession::answering({fail(noConnection), makeResponse(500), makeResponse(200)}));
+  const auto result = stack.await(stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request()));
+  EXPECT_EQ(result->statusCode, 200);
+  const auto sent = stack.session->requests();
+  ASSERT_EQ(sent.size(), 3U);
+  EXPECT_EQ(sent[0], sent[1]);
+  EXPECT_EQ(sent[0], sent[2]);
+  EXPECT_THAT(stack.delays(), ElementsAre(0.0, 0.0));
+}
+
+TEST(Stack, EqualRequestsAtOnceDoNotSpendEachOthersAttempts) {
+  StackFixture stack(ScriptedURLSession::answering({makeResponse(503)}));
+  const auto network = stack.builder.oauth2NetworkService();
+  const auto one = network->authorizeAndLoad(stack.request());
+  const auto other = network->authorizeAndLoad(stack.request());
+  EXPECT_EQ(stack.await(one)->statusCode, 503);
+  EXPECT_EQ(stack.await(other)->statusCode, 503);
+  EXPECT_EQ(stack.session->requests().size(), 8U);
+}
+
+TEST(Stack, ACancelledCallSendsNothingMore) {
+  StackFixture stack(ScriptedURLSession::answering({makeResponse(503)}));
+  stack.clock->isHeld = true;
+  const auto task = stack.builder.oauth2LooseNetworkService()->authorizeAndLoad(stack.request());
+  MainQueue::shared()->runUntil([&] { return stack.session->requests().size() == 2; }, std::chrono::seconds(10));
+  MainQueue::shared()->drain();
+  EXPECT_THAT(stack.delays(), ElementsAre(0.0, 1.0));
+  task.cancel();
+  stack.clock->manual.advance(std::chrono::seconds(1));
+  MainQueue::shared()->drain();
+  EXPECT_TRUE(task.result()->error().is(TaskError::cancelled));
+  EXPECT_EQ(stack.session->requests().size(), 2U);
+}
+
+TEST(Stack, LettingGoOfItCancelsWhatIsUnderWay) {
+  std::optional<Task<NetworkResponse>> task;
+  Promise<NetworkResponse> never;
+  {
+    StackFixture stack(std::make_shared<ScriptedURLSession>(
+        [&](const URLRequest&, std::size_t) { return never.task(); }));
+    task = stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request());
+  }
+  never.complete(makeResponse(200));
+  MainQueue::shared()->drain();
+  EXPECT_TRUE(task->result()->error().is(TaskError::cancelled));
+}
+
+}  // namespace
+}  // namespace lx
