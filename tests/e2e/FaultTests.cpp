@@ -1,7 +1,7 @@
 #include <functional>
 #include <ostream>
 
-#include "e2e/StackTest.h"
+#include "e2e/Endpoints.h"
 
 // Whatever goes wrong with the answers of an endpoint: every caller is answered once, in time, by an error that says
 // what it was, the stored credentials stay, and once the fault is gone the next call succeeds.
@@ -18,19 +18,6 @@ const std::string refused = "NetworkServiceError.serverError";
 
 /// The short time-out of the cases that are about time.
 constexpr milliseconds limit{150};
-
-class Faults;
-
-struct Endpoint {
-  std::string method;
-  std::string path;
-  std::string grant;
-  std::string field;           ///< that its answer's body must have; empty where the body does not matter
-  bool keepsResponse = false;  ///< a body that cannot be decoded is an error with the response
-  std::function<Task<void>(Faults&)> call;
-
-  std::string route() const { return method + " " + path + (grant.empty() ? "" : " " + grant); }
-};
 
 struct FaultCase {
   std::string name;
@@ -56,10 +43,16 @@ struct Caller {
 
 class Faults : public StackTest, public ::testing::WithParamInterface<FaultCase> {
  public:
-  App& app() { return *app_; }
-  std::string code() { return backend->issueCode(codeChallenge, "ordinary").value(); }
-  OAuth2Credentials otherCredentials() { return mint("managed"); }
-  const std::string& clientID() { return app_->stack.environment->clientType(); }
+  App& app() const { return *app_; }
+  App& expiredApp() const { return *expiredApp_; }
+  EndpointArguments arguments() const {
+    return {.code = backend->issueCode(codeChallenge, "ordinary").value(),
+            .codeVerifier = codeVerifier,
+            .codeChallenge = codeChallenge,
+            .lxauth = "lxauth-managed",
+            .providerToken = "google-ordinary",
+            .credentials = mint("managed")};
+  }
 
  protected:
   void SetUp() override {
@@ -91,58 +84,20 @@ class Faults : public StackTest, public ::testing::WithParamInterface<FaultCase>
   OAuth2Credentials old_;
 };
 
-template <class T>
-Task<void> ended(const Task<T>& task) {
-  return task.map([](const auto&...) {});
-}
-
-const std::string tokenPath = "/v4/api/oauth2/token";
-
-const Endpoint refreshEndpoint{"POST", tokenPath, "refresh_token", "expires_in", false, {}};
-
-const Endpoint endpoints[] = {
-    {"POST", tokenPath, "authorization_code", "access_token", false,
-     [](Faults& test) {
-       return ended(test.app().builder().authenticationService()->unifiedSignonExchangeCode(test.code(), codeVerifier,
-                                                                                            std::nullopt));
-     }},
-    {"POST", tokenPath, "urn:ietf:params:oauth:grant-type:token-exchange", "refresh_token", false,
-     [](Faults& test) {
-       return ended(test.app().builder().silentAuthorizationManager()->exchange({"lxauth-managed", {}, {}}));
-     }},
-    {"POST", tokenPath, "urn:ietf:params:oauth:grant-type:client_id", "expires_in", false,
-     [](Faults& test) { return ended(test.app().anonymous.authenticateAnonymous()); }},
-    {"POST", "/v4/api/revoke-by-refresh-token", "", "", false,
-     [](Faults& test) { return test.app().builder().tokenRefreshService()->revoke(test.otherCredentials()); }},
-    {"POST", "/v4/api/native-sign-in", "", "token_response.expires_in", false,
-     [](Faults& test) {
-       return ended(test.app().authentication.socialSignonExchangeSocialToken(googleSignon("google-ordinary"), {}));
-     }},
-    {"POST", "/v3/api/unified-login/code/generate", "", "redirect_uri", false,
-     [](Faults& test) { return ended(test.app().oauth.generateCode(codeChallenge, test.clientID())); }},
-    {"POST", "/v3/api/unified-login/code/exchange", "", "", false,
-     [](Faults& test) { return ended(test.app().oauth.exchangeCode(test.code(), codeVerifier, test.clientID())); }},
-    {"GET", "/v3/user", "", "email", true, [](Faults& test) { return ended(test.app().user.fetchUser()); }},
-    {"GET", "/v4/api/user", "", "id", true, [](Faults& test) { return ended(test.app().userOAuth2.fetchUser()); }},
-    {"POST", "/v3/logout", "", "ok", false, [](Faults& test) { return ended(test.app().user.logout()); }},
-    {"POST", "/v3/user/oranonymous", "", "email", true,
-     [](Faults& test) { return ended(test.app().orAnonymous.auth()); }},
-};
-
 /// Calls every endpoint at once, the refresh by callers of both kinds, and waits for all answers.
 class Calls {
  public:
-  Calls(Faults& test, App& expiredApp) {
+  explicit Calls(const Faults& test) {
     for (const auto& endpoint : endpoints) {
-      endpoint.call(test).finally(
-          [answer = add(endpoint.route(), endpoint)](const Result<void>& result) { answer(result); });
+      endpoint.call(test.app(), test.arguments())
+          .finally([answer = add(endpoint.route(), endpoint)](const Result<void>& result) { answer(result); });
     }
     for (int i = 0; i < 4; ++i) {
-      expiredApp.credentials().getOAuth2Credentials(
+      test.expiredApp().credentials().getOAuth2Credentials(
           [answer = add("get", refreshEndpoint)](const Result<OAuth2Credentials>& result) {
             answer(result ? Result<void>() : Result<void>(fail(result.error())));
           });
-      expiredApp.credentials().refreshOAuth2Credentials(
+      test.expiredApp().credentials().refreshOAuth2Credentials(
           [answer = add("refresh", refreshEndpoint)](const Result<void>& result) { answer(result); });
     }
     pumpUntil([&] { return std::ranges::all_of(callers(), [](const auto& caller) { return caller.answers > 0; }); });
@@ -196,7 +151,7 @@ TEST_P(Faults, EndEveryCallOnceAndLeaveTheCredentials) {
   const auto signedIn = app_->stack.store->loadOAuth2Credentials().value();
 
   const auto start = Clock::system()->steadyNow();
-  const Calls calls(*this, *expiredApp_);
+  const Calls calls(*this);
   const auto passed = Clock::system()->steadyNow() - start;
   EXPECT_LT(passed, watchdog / 2);
   bool isRefreshed = false;
@@ -228,7 +183,7 @@ TEST_P(Faults, EndEveryCallOnceAndLeaveTheCredentials) {
     app_ = makeApp(folder);
     expiredApp_ = makeApp(expiredFolder_);
   }
-  for (const auto& caller : Calls(*this, *expiredApp_).callers()) {
+  for (const auto& caller : Calls(*this).callers()) {
     EXPECT_EQ(caller.outcome, "ok") << caller.what << " when the fault is gone";
   }
   EXPECT_NE(expiredApp_->stack.store->loadOAuth2Credentials().value(), old_);
