@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -58,6 +59,7 @@ class MainQueue final : public DispatchQueue {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<Work> work_;
+  std::uint64_t wakes_ = 0;
   std::atomic<bool> stopped_{false};
 };
 

@@ -106,6 +106,23 @@ TEST(SystemClock, TimersFireInTheOrderOfTheirDeadlinesAndNotWhenCancelled) {
   EXPECT_THAT(fired, ElementsAre(1, 2, 3));
 }
 
+TEST(MainQueue, AWakeWhileTheConditionIsLookedAtIsNotLost) {
+  const auto main = MainQueue::shared();
+  std::atomic<bool> holds{false};
+  const auto start = Clock::system()->steadyNow();
+  EXPECT_TRUE(main->runUntil(
+      [&] {
+        if (holds) return true;
+        std::jthread([&] {
+          holds = true;
+          main->wake();
+        }).join();
+        return false;
+      },
+      std::chrono::seconds(20)));
+  EXPECT_LT(Clock::system()->steadyNow() - start, std::chrono::seconds(10));
+}
+
 TEST(MulticastDelegate, CallsLivingListenersInOrderAndAllowsChangesMeanwhile) {
   struct Listener {
     int number;
