@@ -51,6 +51,8 @@
 #include "LXServices/Services/NetworkServicesOAuth2/Core/StandardHeaders.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Core/URLRequestSignerOAuth2.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Core/UserRequestQuery.h"
+#include "LXServices/Services/NetworkServicesOAuth2/Utils/CookieCleaner.h"
+#include "LXServices/Services/NetworkServicesOAuth2/Utils/ServiceTools.h"
 #include "LXServices/Services/UnifiedSignin/AuthUtility.h"
 #include "LXServices/Services/UnifiedSignin/OAuthService.h"
 #include "LXServices/Services/UserModel.h"

@@ -132,8 +132,8 @@ class TaskState {
 ///
 /// Continuations run in the order in which they were attached: on the given queue, which is always enqueued to, or else
 /// where the task completes (on the attaching thread when it has completed already). Those that take a weak `target`
-/// call `f(target, ...)`. When the target is gone, a side effect is skipped and the result passes on; where the target's
-/// answer was needed, the resulting task is cancelled.
+/// call `f(target, ...)`. When the target is gone, a side effect is skipped and the result passes on; where the
+/// target's answer was needed, the resulting task is cancelled.
 ///
 /// Cancelling a task made by a continuation cancels the task it was made from, too.
 template <class T>
@@ -181,7 +181,8 @@ class Task {
   template <class Target, class F>
   auto then(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
     using U = typename detail::IsTask<detail::ValueAnswer<F, T, Target&>>::Value;
-    return chain<U>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
+    return chain<U>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
+                                                                                     Promise<U> promise) mutable {
       if (!result) return promise.complete(fail(result.error()));
       if (const auto alive = target.lock()) std::move(promise).follow(detail::applyValue(f, result, *alive));
     });
@@ -205,7 +206,8 @@ class Task {
   template <class Target, class F>
   auto map(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
     using U = detail::ValueAnswer<F, T, Target&>;
-    return chain<U>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
+    return chain<U>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
+                                                                                     Promise<U> promise) mutable {
       if (!result) return promise.complete(fail(result.error()));
       const auto alive = target.lock();
       if (!alive) return;
@@ -241,7 +243,8 @@ class Task {
 
   template <class Target, class F>
   Task catch_(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return chain<T>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<T> promise) mutable {
+    return chain<T>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
+                                                                                     Promise<T> promise) mutable {
       if (result) return promise.complete(result);
       if (const auto alive = target.lock()) std::move(promise).follow(f(*alive, result.error()));
     });
@@ -258,7 +261,7 @@ class Task {
 
   template <class Target, class F>
   Task success(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target, f = std::move(f)](const Result<T>& result) mutable {
+    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
       if (!result) return;
       if (const auto alive = target.lock()) detail::applyValue(f, result, *alive);
     });
@@ -273,7 +276,7 @@ class Task {
 
   template <class Target, class F>
   Task failure(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target, f = std::move(f)](const Result<T>& result) mutable {
+    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
       if (result) return;
       if (const auto alive = target.lock()) f(*alive, result.error());
     });
@@ -286,7 +289,7 @@ class Task {
 
   template <class Target, class F>
   Task finally(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target, f = std::move(f)](const Result<T>& result) mutable {
+    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
       if (const auto alive = target.lock()) f(*alive, result);
     });
   }
@@ -324,10 +327,11 @@ class Task {
 
   template <class Effect>
   Task observe(QueueRef queue, Effect effect) const {
-    return chain<T>(std::move(queue), [effect = std::move(effect)](const Result<T>& result, Promise<T> promise) mutable {
-      effect(result);
-      promise.complete(result);
-    });
+    return chain<T>(std::move(queue),
+                    [effect = std::move(effect)](const Result<T>& result, Promise<T> promise) mutable {
+                      effect(result);
+                      promise.complete(result);
+                    });
   }
 
   std::shared_ptr<detail::TaskState<T>> state_;
@@ -356,7 +360,7 @@ class Promise {
   void onCancel(std::move_only_function<void()> handler) { state_->onCancel(std::move(handler)); }
 
   /// Completes the task with the result of another; a cancel goes on to that one.
-  void follow(Task<T> other) && {
+  void follow(const Task<T>& other) && {
     state_->onCancel([upstream = std::weak_ptr(other.state_)] {
       if (const auto alive = upstream.lock()) alive->cancel();
     });

@@ -69,11 +69,10 @@ Task<NetworkResponse> NetworkServiceImpl::startCall(URLRequest request, Attempt 
   promise.onCancel([self, request] {
     if (const auto alive = self.lock()) alive->endCall(request);
   });
-  (this->*attempt)(request,
-                   [self, request, promise = std::move(promise)](Result<NetworkResponse> result) mutable {
-                     if (const auto alive = self.lock()) alive->endCall(request);
-                     promise.complete(std::move(result));
-                   });
+  (this->*attempt)(request, [self, request, promise = std::move(promise)](Result<NetworkResponse> result) mutable {
+    if (const auto alive = self.lock()) alive->endCall(request);
+    promise.complete(std::move(result));
+  });
   return task;
 }
 
@@ -86,16 +85,15 @@ void NetworkServiceImpl::endCall(const URLRequest& request) {
 }
 
 void NetworkServiceImpl::authorizeAndSend(URLRequest request, Completion<NetworkResponse> completion) {
-  requestAuthorizer_->authorize(
-      std::move(request),
-      [self = weak_from_this(), completion = std::move(completion)](Result<URLRequest> authorized) mutable {
-        const auto alive = self.lock();
-        if (!alive) return;
-        if (authorized) return alive->send(*std::move(authorized), std::move(completion));
-        alive->delegateQueue_->async([completion = std::move(completion), error = authorized.error()]() mutable {
-          completion(fail(std::move(error)));
-        });
-      });
+  requestAuthorizer_->authorize(std::move(request), [self = weak_from_this(), completion = std::move(completion)](
+                                                        Result<URLRequest> authorized) mutable {
+    const auto alive = self.lock();
+    if (!alive) return;
+    if (authorized) return alive->send(*std::move(authorized), std::move(completion));
+    alive->delegateQueue_->async([completion = std::move(completion), error = authorized.error()]() mutable {
+      completion(fail(std::move(error)));
+    });
+  });
 }
 
 void NetworkServiceImpl::send(URLRequest request, Completion<NetworkResponse> completion) {

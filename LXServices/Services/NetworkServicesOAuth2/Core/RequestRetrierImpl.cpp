@@ -56,32 +56,31 @@ void RequestRetrierImpl::requestDidEnd(const URLRequest& request) { retryPolicy_
 void RequestRetrierImpl::carryOut(RetryAction action, const QueueRef& queue, URLRequest request,
                                   Completion<NetworkResponse> completion) {
   const auto collaborators = collaborators_.withLock([](const auto& current) { return current; });
-  std::visit(Overloaded{
-                 [&](const RetryAction::RefreshCredentialsAndRetry& refresh) {
-                   logRetry("Refreshing credentials before retry", refresh.descriptor);
-                   clock_->after(delayOf(refresh.descriptor), queue,
-                                 [collaborators, request = std::move(request),
-                                  completion = std::move(completion)]() mutable {
-                                   const auto refresher = collaborators.credentialsRefresher.lock();
-                                   if (!refresher || isAbandoned(request)) return;
-                                   refreshThenSend(*refresher, collaborators.networkService, std::move(request),
-                                                   std::move(completion));
-                                 });
-                 },
-                 [&](const RetryAction::Retry& retry) {
-                   logRetry("Retrying request", retry.descriptor);
-                   clock_->after(delayOf(retry.descriptor), queue,
-                                 [collaborators, request = std::move(request),
-                                  completion = std::move(completion)]() mutable {
-                                   const auto service = collaborators.networkService.lock();
-                                   if (!service || isAbandoned(request)) return;
-                                   service->load(std::move(request), std::move(completion));
-                                 });
-                 },
-                 [&](RetryAction::GiveResponseBack& response) { completion(std::move(response.response)); },
-                 [&](RetryAction::GiveErrorBack& error) { completion(fail(std::move(error.error))); },
-             },
-             action.outcome);
+  std::visit(
+      Overloaded{
+          [&](const RetryAction::RefreshCredentialsAndRetry& refresh) {
+            logRetry("Refreshing credentials before retry", refresh.descriptor);
+            clock_->after(delayOf(refresh.descriptor), queue,
+                          [collaborators, request = std::move(request), completion = std::move(completion)]() mutable {
+                            const auto refresher = collaborators.credentialsRefresher.lock();
+                            if (!refresher || isAbandoned(request)) return;
+                            refreshThenSend(*refresher, collaborators.networkService, std::move(request),
+                                            std::move(completion));
+                          });
+          },
+          [&](const RetryAction::Retry& retry) {
+            logRetry("Retrying request", retry.descriptor);
+            clock_->after(delayOf(retry.descriptor), queue,
+                          [collaborators, request = std::move(request), completion = std::move(completion)]() mutable {
+                            const auto service = collaborators.networkService.lock();
+                            if (!service || isAbandoned(request)) return;
+                            service->load(std::move(request), std::move(completion));
+                          });
+          },
+          [&](RetryAction::GiveResponseBack& response) { completion(std::move(response.response)); },
+          [&](RetryAction::GiveErrorBack& error) { completion(fail(std::move(error.error))); },
+      },
+      action.outcome);
 }
 
 void RequestRetrierImpl::logRetry(const char* message, const RetryDescriptor& descriptor) const {

@@ -3,6 +3,7 @@
 
 #include "LXServices/Services/NetworkServicesOAuth2/Core/RetryPolicies.h"
 #include "LXUtils/Foundation/Overloaded.h"
+
 #include "StackFixture.h"
 
 namespace lx {
@@ -84,8 +85,7 @@ TEST(Stack, RefreshesAndSendsOnceMoreWhenUnauthorized) {
   int refreshes = 0;
   StackFixture stack(std::make_shared<ScriptedURLSession>([&](const URLRequest& request, std::size_t) {
     const bool isToken = request.url->path() == "/v4/api/oauth2/token";
-    return Task<NetworkResponse>::success(isToken ? tokenResponse(std::to_string(++refreshes + 1))
-                                                  : makeResponse(401));
+    return Task<NetworkResponse>::success(isToken ? tokenResponse(std::to_string(++refreshes + 1)) : makeResponse(401));
   }));
   const auto network = stack.builder.oauth2NetworkService();
   const auto first = network->authorizeAndLoad(stack.request());
@@ -155,8 +155,8 @@ TEST(Stack, LettingGoOfItCancelsWhatIsUnderWay) {
   std::optional<Task<NetworkResponse>> task;
   Promise<NetworkResponse> never;
   {
-    StackFixture stack(std::make_shared<ScriptedURLSession>(
-        [&](const URLRequest&, std::size_t) { return never.task(); }));
+    StackFixture stack(
+        std::make_shared<ScriptedURLSession>([&](const URLRequest&, std::size_t) { return never.task(); }));
     task = stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request());
   }
   never.complete(makeResponse(200));
