@@ -29,8 +29,8 @@ const char* endOfPlainText(const char* text, const char* end) {
       // A byte's top bit is set when the byte is special. Borrows can only add false ones above the first true one.
       const std::uint64_t quote = word ^ ('"' * ones);
       const std::uint64_t backslash = word ^ ('\\' * ones);
-      const std::uint64_t special = ((quote - ones) & ~quote) | ((backslash - ones) & ~backslash) |
-                                    ((word - ' ' * ones) & ~word) | word;
+      const std::uint64_t special =
+          ((quote - ones) & ~quote) | ((backslash - ones) & ~backslash) | ((word - ' ' * ones) & ~word) | word;
       if ((special & tops) != 0) return text + std::countr_zero(special & tops) / 8;
     }
   }

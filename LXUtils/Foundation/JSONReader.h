@@ -21,7 +21,8 @@ namespace lx {
 ///       while (reader.nextMember(key)) { /* read or skip one value */ }
 ///     }
 ///
-/// After the first failure nothing can be read any more and `fault` tells what it was. The text must outlive the reader.
+/// After the first failure nothing can be read any more and `fault` tells what it was. The text must outlive the
+/// reader.
 class JSONReader {
  public:
   static constexpr unsigned maxDepth = 64;  ///< arrays and objects inside one another
