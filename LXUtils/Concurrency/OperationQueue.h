@@ -37,7 +37,7 @@ class MainQueue final : public DispatchQueue {
 
   /// Pumps until `task` has completed and returns its result.
   template <class T>
-  Result<T> runUntil(Task<T> task) {
+  Result<T> runUntil(const Task<T>& task) {
     const auto done = std::make_shared<std::atomic<bool>>(false);
     task.finally([this, done](const Result<T>&) {
       *done = true;

@@ -1,10 +1,10 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <future>
 #include <thread>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "LXUtils/Concurrency/MulticastDelegate.h"
 #include "LXUtils/Concurrency/OperationQueue.h"

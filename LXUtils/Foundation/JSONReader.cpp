@@ -1,0 +1,292 @@
+#include "LXUtils/Foundation/JSONReader.h"
+
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "LXUtils/Foundation/UTF8.h"
+
+namespace lx {
+namespace {
+
+using Kind = JSONValue::Kind;
+
+constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+constexpr bool isPlain(char c) { return static_cast<signed char>(c) >= 0x20 && c != '"' && c != '\\'; }
+
+/// The first byte that is not plain text: a quote, a backslash, a control character or the lead of a longer sequence.
+const char* endOfPlainText(const char* text, const char* end) {
+  if constexpr (std::endian::native == std::endian::little) {
+    constexpr std::uint64_t ones = 0x0101010101010101;
+    constexpr std::uint64_t tops = 0x80 * ones;
+    for (; end - text >= 8; text += 8) {
+      std::uint64_t word = 0;
+      std::memcpy(&word, text, sizeof word);
+      // A byte's top bit is set when the byte is special. Borrows can only add false ones above the first true one.
+      const std::uint64_t quote = word ^ ('"' * ones);
+      const std::uint64_t backslash = word ^ ('\\' * ones);
+      const std::uint64_t special =
+          ((quote - ones) & ~quote) | ((backslash - ones) & ~backslash) | ((word - ' ' * ones) & ~word) | word;
+      if ((special & tops) != 0) return text + std::countr_zero(special & tops) / 8;
+    }
+  }
+  while (text != end && isPlain(*text)) ++text;
+  return text;
+}
+
+bool isWhole(double value) {
+  constexpr double limit = 9223372036854775808.0;  // 2^63
+  return value >= -limit && value < limit && value == std::trunc(value);
+}
+
+}  // namespace
+
+JSONReader::JSONReader(std::string_view text)
+    : begin_(text.data()), position_(text.data()), end_(text.data() + text.size()) {}
+
+bool JSONReader::fail(DecodingFault fault) {
+  if (!fault_) fault_ = fault;
+  end_ = position_;
+  return false;
+}
+
+void JSONReader::skipBlanks() {
+  while (position_ != end_ && (*position_ == ' ' || *position_ == '\n' || *position_ == '\r' || *position_ == '\t')) {
+    ++position_;
+  }
+}
+
+std::optional<Kind> JSONReader::nextKind() {
+  skipBlanks();
+  if (position_ != end_) {
+    switch (*position_) {
+      case '{':
+        return Kind::object;
+      case '[':
+        return Kind::array;
+      case '"':
+        return Kind::string;
+      case 't':
+      case 'f':
+        return Kind::boolean;
+      case 'n':
+        return Kind::null;
+      default:
+        if (*position_ == '-' || isDigit(*position_)) return Kind::number;
+    }
+  }
+  fail();
+  return std::nullopt;
+}
+
+bool JSONReader::begin(char bracket) {
+  skipBlanks();
+  if (position_ == end_ || *position_ != bracket) return fail();
+  if (depth_ == maxDepth) return fail(DecodingFault::outOfRange);
+  untouched_ |= std::uint64_t{1} << depth_++;
+  ++position_;
+  return true;
+}
+
+bool JSONReader::next(char bracket) {
+  skipBlanks();
+  if (position_ == end_) return fail();
+  const std::uint64_t bit = std::uint64_t{1} << (depth_ - 1);
+  if (*position_ == bracket) {
+    ++position_;
+    --depth_;
+    untouched_ &= ~bit;
+    return false;
+  }
+  if ((untouched_ & bit) != 0) {
+    untouched_ &= ~bit;
+    return true;
+  }
+  if (*position_ != ',') return fail();
+  ++position_;
+  return true;
+}
+
+bool JSONReader::beginObject() { return begin('{'); }
+
+bool JSONReader::beginArray() { return begin('['); }
+
+bool JSONReader::nextElement() { return next(']'); }
+
+bool JSONReader::nextMember(std::string_view& key) {
+  if (!next('}')) return false;
+  skipBlanks();
+  if (position_ == end_ || *position_ != '"') return fail();
+  const char* const text = position_ + 1;
+  const char* const end = endOfPlainText(text, end_);
+  if (end != end_ && *end == '"') {
+    key = {text, static_cast<std::size_t>(end - text)};
+    position_ = end + 1;
+  } else {
+    if (!readString(keyScratch_)) return false;
+    key = keyScratch_;
+  }
+  skipBlanks();
+  if (position_ == end_ || *position_ != ':') return fail();
+  ++position_;
+  return true;
+}
+
+bool JSONReader::readString(std::string& out) {
+  skipBlanks();
+  if (position_ == end_ || *position_ != '"') return fail();
+  const char* text = ++position_;
+  out.clear();
+  while (true) {
+    position_ = endOfPlainText(position_, end_);
+    if (position_ == end_) return fail();
+    if (*position_ == '"') {
+      out.append(text, position_++);
+      return true;
+    }
+    if (*position_ == '\\') {
+      out.append(text, position_);
+      if (!readEscape(out)) return false;
+      text = position_;
+    } else {
+      const std::size_t length = static_cast<unsigned char>(*position_) < 0x20 ? 0 : utf8SequenceLength(rest());
+      if (length == 0) return fail();
+      position_ += length;
+    }
+  }
+}
+
+bool JSONReader::readEscape(std::string& out) {
+  constexpr std::string_view letters = "\"\\/bfnrt";
+  constexpr std::string_view meanings = "\"\\/\b\f\n\r\t";
+  if (end_ - position_ < 2) return fail();
+  const char letter = position_[1];
+  if (const auto index = letters.find(letter); index != letters.npos) {
+    out += meanings[index];
+    position_ += 2;
+    return true;
+  }
+  char32_t unit = 0;
+  if (!readHex(unit)) return false;
+  const bool isLeading = unit >= 0xD800 && unit < 0xDC00;
+  if (unit >= 0xDC00 && unit < 0xE000) return fail();
+  if (isLeading) {
+    char32_t trailing = 0;
+    if (!readHex(trailing)) return false;
+    if (trailing < 0xDC00 || trailing >= 0xE000) return fail();
+    unit = 0x10000 + ((unit - 0xD800) << 10U) + (trailing - 0xDC00);
+  }
+  appendUTF8(out, unit);
+  return true;
+}
+
+bool JSONReader::readHex(char32_t& unit) {
+  constexpr std::ptrdiff_t size = 6;  // of \uXXXX
+  if (end_ - position_ < size || position_[0] != '\\' || position_[1] != 'u') return fail();
+  std::uint32_t value = 0;
+  const auto [stop, error] = std::from_chars(position_ + 2, position_ + size, value, 16);
+  if (error != std::errc() || stop != position_ + size) return fail();
+  unit = value;
+  position_ += size;
+  return true;
+}
+
+bool JSONReader::readWord(std::string_view word) {
+  if (!rest().starts_with(word)) return fail();
+  position_ += word.size();
+  return true;
+}
+
+bool JSONReader::readNumber(AnyJSON& out) {
+  const char* const start = position_;
+  const char* p = position_;
+  const auto digits = [&] {
+    const char* const first = p;
+    while (p != end_ && isDigit(*p)) ++p;
+    return p != first;
+  };
+  if (*p == '-') ++p;
+  if (p != end_ && *p == '0') {
+    ++p;
+  } else if (!digits()) {
+    return fail();
+  }
+  if (p != end_ && *p == '.') {
+    ++p;
+    if (!digits()) return fail();
+  }
+  if (p != end_ && (*p == 'e' || *p == 'E')) {
+    ++p;
+    if (p != end_ && (*p == '+' || *p == '-')) ++p;
+    if (!digits()) return fail();
+  }
+  std::int64_t integer = 0;
+  if (const auto [stop, error] = std::from_chars(start, p, integer); error == std::errc() && stop == p) {
+    out.value = integer;
+  } else {
+    double real = 0;
+    if (std::from_chars(start, p, real).ec != std::errc()) {
+      // Both an overflow and an underflow are out of range to from_chars.
+      real = std::strtod(std::string(start, p).c_str(), nullptr);
+      if (!std::isfinite(real)) return fail();
+    }
+    if (isWhole(real)) {
+      out.value = static_cast<std::int64_t>(real);
+    } else {
+      out.value = real;
+    }
+  }
+  position_ = p;
+  return true;
+}
+
+bool JSONReader::readAny(AnyJSON& out) {
+  const auto kind = nextKind();
+  if (!kind) return false;
+  switch (*kind) {
+    case Kind::null:
+      out.value = AnyJSON::Null();
+      return readWord("null");
+    case Kind::boolean:
+      out.value = *position_ == 't';
+      return readWord(*position_ == 't' ? "true" : "false");
+    case Kind::number:
+      return readNumber(out);
+    case Kind::string:
+      return readString(out.value.emplace<std::string>());
+    case Kind::array: {
+      auto& elements = out.value.emplace<AnyJSON::Array>();
+      if (!beginArray()) return false;
+      while (nextElement()) {
+        if (!readAny(elements.emplace_back())) return false;
+      }
+      return !fault_;
+    }
+    case Kind::object: {
+      auto& members = out.value.emplace<AnyJSON::Object>();
+      if (!beginObject()) return false;
+      std::string_view key;
+      while (nextMember(key)) {
+        if (!readAny(members[std::string(key)])) return false;
+      }
+      return !fault_;
+    }
+  }
+  return false;
+}
+
+bool JSONReader::skipValue() {
+  AnyJSON ignored;
+  return readAny(ignored);
+}
+
+bool JSONReader::finish() {
+  skipBlanks();
+  return (position_ == end_ && !fault_) || fail();
+}
+
+}  // namespace lx

@@ -1,0 +1,21 @@
+// The JavaScript reference: node reference.cjs FILE prints the median nanoseconds from JSON to lines, and their number.
+const { readFileSync } = require('node:fs');
+const Delta = require('quill-delta').default ?? require('quill-delta');
+
+const json = readFileSync(process.argv[2], 'utf8');
+let lines = 0;
+function run() {
+  lines = 0;
+  const begin = process.hrtime.bigint();
+  new Delta(JSON.parse(json)).eachLine(() => {
+    ++lines;
+  });
+  return Number(process.hrtime.bigint() - begin);
+}
+
+const times = [];
+const end = process.hrtime.bigint() + 2_000_000_000n;
+do times.push(run());
+while (process.hrtime.bigint() < end || times.length < 3);
+times.sort((a, b) => a - b);
+console.log(JSON.stringify({ nanoseconds: times[times.length >> 1], lines }));
