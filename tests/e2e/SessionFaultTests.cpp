@@ -56,7 +56,7 @@ TEST(SessionFaults, OnlyTrustedCertificatesForTheVeryHostAreAccepted) {
 TEST(SessionFaults, AHandshakeThatBreaksIsToldFromOneThatFails) {
   const std::vector<std::pair<Relay::Rule, Kind>> cases = {
       {{.effect = Relay::Cut{}, .offset = 0}, Kind::connectionLost},
-      {{.effect = Relay::Reset{}, .offset = 0}, Kind::connectionLost},
+      {{.effect = Relay::Reset{}, .offset = 100}, Kind::connectionLost},
       {{.effect = Relay::Cut{}, .offset = 700}, Kind::connectionLost},
       {{.effect = Relay::Corrupt{}, .offset = 20}, Kind::secureConnectionFailed},
       {{.effect = Relay::Stall{}, .offset = 0}, Kind::timedOut},
