@@ -12,6 +12,8 @@
 #include "LXServices/Environment/LexiconiaUserActivity.h"
 #include "LXServices/Environment/ServiceEnvironments.h"
 #include "LXServices/Environment/URLSchemeService.h"
+#include "LXServices/Rendering/DeltaOperations.h"
+#include "LXServices/Rendering/DeltaRenderUtils.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/AnonymousServiceOAuth2.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/AuthCredentialsStorage.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/AuthModel.h"

@@ -29,12 +29,31 @@ const char* endOfPlainText(const char* text, const char* end) {
       // A byte's top bit is set when the byte is special. Borrows can only add false ones above the first true one.
       const std::uint64_t quote = word ^ ('"' * ones);
       const std::uint64_t backslash = word ^ ('\\' * ones);
-      const std::uint64_t special = ((quote - ones) & ~quote) | ((backslash - ones) & ~backslash) |
-                                    ((word - ' ' * ones) & ~word) | word;
+      const std::uint64_t special =
+          ((quote - ones) & ~quote) | ((backslash - ones) & ~backslash) | ((word - ' ' * ones) & ~word) | word;
       if ((special & tops) != 0) return text + std::countr_zero(special & tops) / 8;
     }
   }
   while (text != end && isPlain(*text)) ++text;
+  return text;
+}
+
+/// The end of the characters outside ASCII that the text begins with; null when one of them is no UTF-8.
+const char* endOfLongSequences(const char* text, const char* end) {
+  const auto isTail = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; };
+  while (text != end && static_cast<unsigned char>(*text) >= 0x80) {
+    const auto lead = static_cast<unsigned char>(*text);
+    // Two and three bytes without special bounds are what there is most of.
+    if (lead >= 0xC2 && lead <= 0xDF && end - text >= 2 && isTail(text[1])) {
+      text += 2;
+    } else if (lead >= 0xE1 && lead <= 0xEC && end - text >= 3 && isTail(text[1]) && isTail(text[2])) {
+      text += 3;
+    } else {
+      const std::size_t length = utf8SequenceLength({text, static_cast<std::size_t>(end - text)});
+      if (length == 0) return nullptr;
+      text += length;
+    }
+  }
   return text;
 }
 
@@ -140,6 +159,7 @@ bool JSONReader::readString(std::string& out) {
   skipBlanks();
   if (position_ == end_ || *position_ != '"') return fail();
   const char* text = ++position_;
+  std::size_t nextGrowth = 1024;
   out.clear();
   while (true) {
     position_ = endOfPlainText(position_, end_);
@@ -150,14 +170,24 @@ bool JSONReader::readString(std::string& out) {
     }
     if (*position_ == '\\') {
       out.append(text, position_);
+      if (out.size() >= nextGrowth) nextGrowth = makeRoom(out);
       if (!readEscape(out)) return false;
       text = position_;
     } else {
-      const std::size_t length = static_cast<unsigned char>(*position_) < 0x20 ? 0 : utf8SequenceLength(rest());
-      if (length == 0) return fail();
-      position_ += length;
+      const char* const next = endOfLongSequences(position_, end_);
+      if (!next || next == position_) return fail();
+      position_ = next;
     }
   }
+}
+
+std::size_t JSONReader::makeRoom(std::string& out) const {
+  // A long text grows once, to its end, instead of being copied over and over.
+  const auto* end = position_;
+  while (end_ - end > 1 && *end != '"') end = endOfPlainText(end + (*end == '\\' ? 2 : 1), end_);
+  const auto size = out.size() + static_cast<std::size_t>(end - position_);
+  out.reserve(size);
+  return size;
 }
 
 bool JSONReader::readEscape(std::string& out) {
