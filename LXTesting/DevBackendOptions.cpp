@@ -1,6 +1,6 @@
 #include "LXTesting/DevBackendOptions.h"
 
-#include "LXServices/Environment/DeploymentData.h"
+#include "LXServices/Environment/DeploymentDataInternal.h"
 
 namespace lx {
 

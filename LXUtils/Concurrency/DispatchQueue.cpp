@@ -10,6 +10,10 @@
 namespace lx {
 namespace {
 
+// The queue belongs to nobody, to the pool (a worker will come for it), or to a thread that runs its work. A caller of
+// sync waits for a running thread alone: what the pool has only promised to run, the caller runs itself, since all
+// workers may be waiting in calls of sync as well. For the same reason a thread that has to give the queue back with
+// callers of sync waiting gives it to the first of them, not to the pool.
 class SerialQueue final : public DispatchQueue, public std::enable_shared_from_this<SerialQueue> {
  public:
   explicit SerialQueue(std::string label) : label_(std::move(label)) {}
@@ -18,29 +22,25 @@ class SerialQueue final : public DispatchQueue, public std::enable_shared_from_t
     {
       const std::lock_guard lock(mutex_);
       entries_.push_back({std::move(work), nullptr});
-      if (std::exchange(busy_, true)) return;
+      if (owner_ != Owner::nobody) return;
+      owner_ = Owner::pool;
     }
     scheduleRun();
   }
 
   void sync(const std::function<void()>& work) override {
-    if (current_ == this) return work();
-    Turn turn;
-    {
-      std::unique_lock lock(mutex_);
-      if (std::exchange(busy_, true)) {
-        entries_.push_back({{}, &turn});
-        turn.arrived.wait(lock, [&] { return turn.mine; });
-      }
-    }
+    if (isOnThisThread()) return work();
+    takeTurn();
     runAsCurrent(work);
-    passOn();
+    giveBack();
   }
 
   const std::string& label() const override { return label_; }
 
  private:
-  // A caller of sync that waits until the queue is its own.
+  enum class Owner { nobody, pool, thread };
+
+  // A caller of sync that waits for the queue.
   struct Turn {
     std::condition_variable arrived;
     bool mine = false;
@@ -51,73 +51,100 @@ class SerialQueue final : public DispatchQueue, public std::enable_shared_from_t
     Turn* turn;
   };
 
+  // The queues whose work the thread is in, the innermost first.
+  struct Frame {
+    const SerialQueue* queue;
+    const Frame* outer;
+  };
+
   // So many pieces of work are run before another queue gets the worker.
   static constexpr int batchSize = 64;
 
+  bool isOnThisThread() const {
+    for (const Frame* frame = innermost_; frame; frame = frame->outer) {
+      if (frame->queue == this) return true;
+    }
+    return false;
+  }
+
   template <class F>
   void runAsCurrent(F& work) {
-    const SerialQueue* const outer = std::exchange(current_, this);
+    const Frame frame{this, innermost_};
+    innermost_ = &frame;
     work();
-    current_ = outer;
+    innermost_ = frame.outer;
   }
 
   void scheduleRun() {
     runtime_->workers().run([self = shared_from_this()] { self->runBatch(); });
   }
 
-  // The next entry, or nothing when the queue is free again or belongs to a waiting caller of sync from here on.
-  bool next(Work& work) {
-    const std::lock_guard lock(mutex_);
-    if (entries_.empty()) {
-      busy_ = false;
-      return false;
+  // Returns when the queue belongs to this thread and all earlier work is done.
+  void takeTurn() {
+    Turn turn;
+    std::unique_lock lock(mutex_);
+    entries_.push_back({{}, &turn});
+    if (std::exchange(owner_, Owner::thread) == Owner::thread) {
+      turns_.push_back(&turn);
+      turn.arrived.wait(lock, [&] { return turn.mine; });
     }
-    Entry entry = std::move(entries_.front());
-    entries_.pop_front();
-    if (entry.turn) {
-      entry.turn->mine = true;
-      entry.turn->arrived.notify_one();
-      return false;
+    while (true) {
+      Entry entry = std::move(entries_.front());
+      entries_.pop_front();
+      if (entry.turn == &turn) return;
+      lock.unlock();
+      runAsCurrent(entry.work);
+      entry.work = nullptr;
+      lock.lock();
     }
-    work = std::move(entry.work);
-    return true;
   }
 
   void runBatch() {
+    {
+      const std::lock_guard lock(mutex_);
+      if (owner_ != Owner::pool) return;  // a caller of sync was quicker
+      owner_ = Owner::thread;
+    }
     Work work;
-    for (int i = 0; i < batchSize; ++i) {
-      if (!next(work)) return;
+    for (int i = 0; i < batchSize && nextWork(work); ++i) {
       runAsCurrent(work);
       work = nullptr;
     }
-    scheduleRun();
+    giveBack();
   }
 
-  // Gives the queue back after sync: to the next caller of sync, or to a worker if there is work.
-  void passOn() {
+  // The next piece of work, as long as no caller of sync is next.
+  bool nextWork(Work& work) {
+    const std::lock_guard lock(mutex_);
+    if (entries_.empty() || entries_.front().turn) return false;
+    work = std::move(entries_.front().work);
+    entries_.pop_front();
+    return true;
+  }
+
+  void giveBack() {
     {
       const std::lock_guard lock(mutex_);
-      if (entries_.empty()) {
-        busy_ = false;
+      if (!turns_.empty()) {
+        turns_.front()->mine = true;
+        turns_.front()->arrived.notify_one();
+        turns_.pop_front();
         return;
       }
-      if (Turn* const turn = entries_.front().turn) {
-        entries_.pop_front();
-        turn->mine = true;
-        turn->arrived.notify_one();
-        return;
-      }
+      owner_ = entries_.empty() ? Owner::nobody : Owner::pool;
+      if (owner_ == Owner::nobody) return;
     }
     scheduleRun();
   }
 
-  inline static thread_local const SerialQueue* current_ = nullptr;
+  inline static thread_local const Frame* innermost_ = nullptr;
 
   const std::string label_;
   const std::shared_ptr<Runtime> runtime_ = Runtime::shared();
   std::mutex mutex_;
   std::deque<Entry> entries_;
-  bool busy_ = false;
+  std::deque<Turn*> turns_;  // the callers of sync among the entries, in their order
+  Owner owner_ = Owner::nobody;
 };
 
 }  // namespace

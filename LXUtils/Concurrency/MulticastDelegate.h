@@ -15,20 +15,18 @@ class MulticastDelegate {
   void add(std::weak_ptr<Listener> listener) {
     const auto added = listener.lock();
     if (!added) return;
-    listeners_.withLock([&](auto& listeners) {
-      for (const auto& known : listeners) {
-        if (known.lock() == added) return;
+    listeners_.withLock([&](auto& entries) {
+      for (const auto& entry : entries) {
+        if (entry.identity == added.get() && !entry.listener.expired()) return;
       }
-      listeners.push_back(std::move(listener));
+      entries.push_back({added.get(), std::move(listener)});
     });
   }
 
   void remove(const Listener& listener) {
-    listeners_.withLock([&](auto& listeners) {
-      std::erase_if(listeners, [&](const auto& known) {
-        const auto alive = known.lock();
-        return !alive || alive.get() == &listener;
-      });
+    listeners_.withLock([&](auto& entries) {
+      std::erase_if(entries,
+                    [&](const auto& entry) { return entry.identity == &listener || entry.listener.expired(); });
     });
   }
 
@@ -37,17 +35,22 @@ class MulticastDelegate {
   template <class F>
   void invoke(F&& notify) {
     std::vector<std::shared_ptr<Listener>> alive;
-    listeners_.withLock([&](auto& listeners) {
-      std::erase_if(listeners, [](const auto& known) { return known.expired(); });
-      for (const auto& known : listeners) {
-        if (auto listener = known.lock()) alive.push_back(std::move(listener));
-      }
+    listeners_.withLock([&](auto& entries) {
+      for (const auto& entry : entries) alive.push_back(entry.listener.lock());
+      std::erase_if(entries, [](const auto& entry) { return entry.listener.expired(); });
     });
+    std::erase(alive, nullptr);
     for (const auto& listener : alive) notify(*listener);
   }
 
  private:
-  Protected<std::vector<std::weak_ptr<Listener>>> listeners_;
+  // The address tells listeners apart without a reference that might become the last one under the lock.
+  struct Entry {
+    const Listener* identity;
+    std::weak_ptr<Listener> listener;
+  };
+
+  Protected<std::vector<Entry>> listeners_;
 };
 
 }  // namespace lx

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -21,7 +22,8 @@ class MainQueue final : public DispatchQueue {
 
   void async(Work work) override;
 
-  /// On the thread that pumps the queue, runs `work` at once; on others, waits until the pumping thread has run it.
+  /// Within the queue's own work, runs `work` at once; elsewhere, waits until the pumping thread has run it. The thread
+  /// that pumps must therefore not call it outside of the queue's work.
   void sync(const std::function<void()>& work) override;
 
   const std::string& label() const override;
@@ -35,7 +37,7 @@ class MainQueue final : public DispatchQueue {
 
   /// Pumps until `task` has completed and returns its result.
   template <class T>
-  Result<T> runUntil(Task<T> task) {
+  Result<T> runUntil(const Task<T>& task) {
     const auto done = std::make_shared<std::atomic<bool>>(false);
     task.finally([this, done](const Result<T>&) {
       *done = true;
@@ -57,6 +59,7 @@ class MainQueue final : public DispatchQueue {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<Work> work_;
+  std::uint64_t wakes_ = 0;
   std::atomic<bool> stopped_{false};
 };
 

@@ -96,10 +96,11 @@ std::shared_ptr<Runtime> Runtime::shared() {
   static std::weak_ptr<Runtime> current;
   // Made before the first runtime, so that it outlives the last one.
   lateJoiner();
+  // Outside the mutex: such a thread may ask for the runtime on its way out.
+  joinEarlierThreads();
   const std::lock_guard lock(mutex);
   auto runtime = current.lock();
   if (!runtime) {
-    joinEarlierThreads();
     runtime = std::make_shared<Runtime>();
     current = runtime;
   }

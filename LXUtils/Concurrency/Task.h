@@ -92,14 +92,26 @@ class TaskState {
       if (result_) return;
       handler = std::move(cancelHandler_);
       cancelHandler_ = nullptr;
+      isCancelled_ = true;
     }
     complete(fail(TaskError::cancelled));
     if (handler) handler();
   }
 
   void onCancel(std::move_only_function<void()> handler) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (!isCancelled_) {
+        if (!result_) cancelHandler_.swap(handler);
+        return;
+      }
+    }
+    handler();
+  }
+
+  bool isCompleted() const {
     const std::lock_guard lock(mutex_);
-    if (!result_) cancelHandler_ = std::move(handler);
+    return result_.has_value();
   }
 
   void whenCompleted(Continuation continuation) {
@@ -123,6 +135,7 @@ class TaskState {
   std::optional<Result<T>> result_;  // never changes again once it is set
   std::vector<Continuation> continuations_;
   std::move_only_function<void()> cancelHandler_;
+  bool isCancelled_ = false;
 };
 
 }  // namespace detail
@@ -132,8 +145,8 @@ class TaskState {
 ///
 /// Continuations run in the order in which they were attached: on the given queue, which is always enqueued to, or else
 /// where the task completes (on the attaching thread when it has completed already). Those that take a weak `target`
-/// call `f(target, ...)`. When the target is gone, a side effect is skipped and the result passes on; where the target's
-/// answer was needed, the resulting task is cancelled.
+/// call `f(target, ...)`. When the target is gone, a side effect is skipped and the result passes on; where the
+/// target's answer was needed, the resulting task is cancelled.
 ///
 /// Cancelling a task made by a continuation cancels the task it was made from, too.
 template <class T>
@@ -181,7 +194,8 @@ class Task {
   template <class Target, class F>
   auto then(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
     using U = typename detail::IsTask<detail::ValueAnswer<F, T, Target&>>::Value;
-    return chain<U>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
+    return chain<U>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
+                                                                                     Promise<U> promise) mutable {
       if (!result) return promise.complete(fail(result.error()));
       if (const auto alive = target.lock()) std::move(promise).follow(detail::applyValue(f, result, *alive));
     });
@@ -205,7 +219,8 @@ class Task {
   template <class Target, class F>
   auto map(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
     using U = detail::ValueAnswer<F, T, Target&>;
-    return chain<U>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
+    return chain<U>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
+                                                                                     Promise<U> promise) mutable {
       if (!result) return promise.complete(fail(result.error()));
       const auto alive = target.lock();
       if (!alive) return;
@@ -227,6 +242,15 @@ class Task {
     });
   }
 
+  template <class Target, class F>
+  auto decode(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
+    using U = typename detail::IsResult<detail::ValueAnswer<F, T, Target&>>::Value;
+    return chain<U>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
+      if (!result) return promise.complete(fail(result.error()));
+      if (const auto alive = target.lock()) promise.complete(detail::applyValue(f, result, *alive));
+    });
+  }
+
   /// Puts the task that `f` returns for the error in the error's place: `f(error) -> Task<T>`.
   template <class F>
   Task catch_(F f, QueueRef queue = {}) const {
@@ -241,7 +265,8 @@ class Task {
 
   template <class Target, class F>
   Task catch_(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return chain<T>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<T> promise) mutable {
+    return chain<T>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
+                                                                                     Promise<T> promise) mutable {
       if (result) return promise.complete(result);
       if (const auto alive = target.lock()) std::move(promise).follow(f(*alive, result.error()));
     });
@@ -258,7 +283,7 @@ class Task {
 
   template <class Target, class F>
   Task success(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target, f = std::move(f)](const Result<T>& result) mutable {
+    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
       if (!result) return;
       if (const auto alive = target.lock()) detail::applyValue(f, result, *alive);
     });
@@ -273,7 +298,7 @@ class Task {
 
   template <class Target, class F>
   Task failure(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target, f = std::move(f)](const Result<T>& result) mutable {
+    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
       if (result) return;
       if (const auto alive = target.lock()) f(*alive, result.error());
     });
@@ -286,7 +311,7 @@ class Task {
 
   template <class Target, class F>
   Task finally(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target, f = std::move(f)](const Result<T>& result) mutable {
+    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
       if (const auto alive = target.lock()) f(*alive, result);
     });
   }
@@ -299,35 +324,40 @@ class Task {
 
   explicit Task(std::shared_ptr<detail::TaskState<T>> state) : state_(std::move(state)) {}
 
-  // A new task that `step(result, promise)` completes. A step that lets go of its promise cancels the new task.
+  // A new task that `step(result, promise)` completes. A step that lets go of its promise cancels the new task. Once
+  // that is cancelled its step is not taken any more, unless the step is needed for what it does besides.
   template <class U, class Step>
-  Task<U> chain(QueueRef queue, Step step) const {
+  Task<U> chain(QueueRef queue, Step step, bool needsStep = false) const {
     Promise<U> promise;
     Task<U> next = promise.task();
     promise.onCancel([upstream = std::weak_ptr(state_)] {
       if (const auto alive = upstream.lock()) alive->cancel();
     });
     if (queue) {
-      state_->whenCompleted([queue = std::move(queue), step = std::move(step),
+      state_->whenCompleted([queue = std::move(queue), needsStep, step = std::move(step),
                              promise = std::move(promise)](const Result<T>& result) mutable {
-        queue->async([result, step = std::move(step), promise = std::move(promise)]() mutable {
-          step(result, std::move(promise));
+        queue->async([result, needsStep, step = std::move(step), promise = std::move(promise)]() mutable {
+          if (needsStep || !promise.isCompleted()) step(result, std::move(promise));
         });
       });
     } else {
-      state_->whenCompleted([step = std::move(step), promise = std::move(promise)](const Result<T>& result) mutable {
-        step(result, std::move(promise));
-      });
+      state_->whenCompleted(
+          [needsStep, step = std::move(step), promise = std::move(promise)](const Result<T>& result) mutable {
+            if (needsStep || !promise.isCompleted()) step(result, std::move(promise));
+          });
     }
     return next;
   }
 
   template <class Effect>
   Task observe(QueueRef queue, Effect effect) const {
-    return chain<T>(std::move(queue), [effect = std::move(effect)](const Result<T>& result, Promise<T> promise) mutable {
-      effect(result);
-      promise.complete(result);
-    });
+    return chain<T>(
+        std::move(queue),
+        [effect = std::move(effect)](const Result<T>& result, Promise<T> promise) mutable {
+          effect(result);
+          promise.complete(result);
+        },
+        true);
   }
 
   std::shared_ptr<detail::TaskState<T>> state_;
@@ -348,15 +378,17 @@ class Promise {
 
   Task<T> task() const { return Task<T>(state_); }
 
+  bool isCompleted() const { return state_->isCompleted(); }
+
   /// Completes the task, unless it was cancelled before.
   void complete(Result<T> result) { state_->complete(std::move(result)); }
 
-  /// What the producer does when the task is cancelled, on the cancelling thread, after the task has completed. The
-  /// latest handler counts.
+  /// What the producer does when the task is cancelled, on the cancelling thread, after the task has completed; at once
+  /// when it has been cancelled already. The latest handler counts.
   void onCancel(std::move_only_function<void()> handler) { state_->onCancel(std::move(handler)); }
 
   /// Completes the task with the result of another; a cancel goes on to that one.
-  void follow(Task<T> other) && {
+  void follow(const Task<T>& other) && {
     state_->onCancel([upstream = std::weak_ptr(other.state_)] {
       if (const auto alive = upstream.lock()) alive->cancel();
     });

@@ -41,4 +41,12 @@ constexpr std::optional<E> fromRawValue(std::string_view text) {
   return std::nullopt;
 }
 
+/// All values of an enumeration, in the order of its table.
+template <ClosedStringEnum E>
+constexpr auto allCases() {
+  std::array<E, RawValues<E>::rows.size()> cases{};
+  for (std::size_t i = 0; i < cases.size(); ++i) cases[i] = RawValues<E>::rows[i].value;
+  return cases;
+}
+
 }  // namespace lx

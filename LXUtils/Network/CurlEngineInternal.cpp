@@ -33,7 +33,6 @@ Task<NetworkResponse> CurlEngine::send(URLRequest request) {
   const auto exchange = std::make_shared<Exchange>();
   exchange->started = systemSteadyNow();
   exchange->deadline = exchange->started + std::min(request.timeout.value_or(configuration_.timeout), longestTimeout);
-  exchange->url = *request.url;
   exchange->usesJar = configuration_.cookieStorage && !request.headers.value(HTTPHeaderName::cookie);
   exchange->request = std::move(request);
   exchange->engine = weak_from_this();
@@ -107,8 +106,11 @@ void CurlEngine::start(const ExchangeRef& exchange) {
 }
 
 void CurlEngine::startStep(Exchange& exchange) {
-  const std::string cookies = exchange.usesJar ? configuration_.cookieStorage->cookieHeaderFor(exchange.url) : "";
-  exchange.transfer->prepare(exchange.request, exchange.url, cookies, configuration_.maximumBodySize);
+  const std::string cookies =
+      exchange.usesJar ? configuration_.cookieStorage->cookieHeaderFor(*exchange.request.url) : "";
+  if (!exchange.transfer->prepare(exchange.request, cookies, configuration_.maximumBodySize)) {
+    return finish(exchange.shared_from_this(), fail(URLSessionError{URLSessionError::Kind::invalidRequest, {}}));
+  }
   curl_easy_setopt(exchange.transfer->easy(), CURLOPT_PRIVATE, &exchange);
   if (machinery_->multi.add(exchange.transfer->easy())) return;
   finish(exchange.shared_from_this(), fail(URLSessionError{URLSessionError::Kind::other, "out of memory"}));
@@ -121,24 +123,25 @@ void CurlEngine::stepEnded(CURL* easy, CURLcode code) {
   if (closed_) return;  // taking the engine down will cancel it
 
   auto& collected = exchange->transfer->response();
+  URL& url = *exchange->request.url;
   if (auto failure = exchange->transfer->failure(code)) return finish(exchange, fail(std::move(*failure)));
-  if (configuration_.cookieStorage) configuration_.cookieStorage->storeFrom(exchange->url, collected.headers());
+  if (configuration_.cookieStorage) configuration_.cookieStorage->storeFrom(url, collected.headers());
 
   long statusCode = 0;
   curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &statusCode);
-  auto target = redirectTarget(exchange->request, exchange->url, static_cast<int>(statusCode), collected.headers(),
-                               exchange->redirects);
+  auto target =
+      redirectTarget(exchange->request, static_cast<int>(statusCode), collected.headers(), exchange->redirects);
   if (!target) return finish(exchange, fail(target.error()));
   if (*target) {
-    if (!sameOrigin(exchange->url, **target)) dropHeadersOfOrigin(exchange->request.headers);
-    exchange->url = std::move(**target);
+    if (!sameOrigin(url, **target)) dropHeadersOfOrigin(exchange->request.headers);
+    url = std::move(**target);
     ++exchange->redirects;
     return startStep(*exchange);
   }
   finish(exchange, NetworkResponse{.statusCode = static_cast<int>(statusCode),
                                    .headers = std::move(collected.headers()),
                                    .body = std::move(collected.body()),
-                                   .url = std::move(exchange->url)});
+                                   .url = url});
 }
 
 void CurlEngine::finish(const ExchangeRef& exchange, Result<NetworkResponse> result) {

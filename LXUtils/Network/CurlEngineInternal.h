@@ -39,8 +39,7 @@ class CurlEngine : public std::enable_shared_from_this<CurlEngine> {
 
   /// One call, over all its redirects.
   struct Exchange : std::enable_shared_from_this<Exchange> {
-    URLRequest request;  // its headers shrink on the way through other origins
-    URL url;             // of the current step
+    URLRequest request;  // of the current step
     Promise<NetworkResponse> promise;
     Deadline started;
     Deadline deadline;

@@ -14,11 +14,15 @@ struct CurlEasyCleanup {
 struct CurlShareCleanup {
   void operator()(CURLSH* share) const { curl_share_cleanup(share); }
 };
+struct CurlURLCleanup {
+  void operator()(CURLU* url) const { curl_url_cleanup(url); }
+};
 struct CurlListCleanup {
   void operator()(curl_slist* list) const { curl_slist_free_all(list); }
 };
 using CurlEasy = std::unique_ptr<CURL, CurlEasyCleanup>;
 using CurlShare = std::unique_ptr<CURLSH, CurlShareCleanup>;
+using CurlURL = std::unique_ptr<CURLU, CurlURLCleanup>;
 using CurlList = std::unique_ptr<curl_slist, CurlListCleanup>;
 
 /// What all requests of a session have in common, and the easy handles that are set up for it. The handles point into

@@ -28,8 +28,8 @@ bool sendsBody(const URLRequest& request) {
 
 }  // namespace
 
-CurlTransfer::CurlTransfer(const CurlOptions& options) : easy_(options.makeEasy()) {
-  if (!easy_) return;
+CurlTransfer::CurlTransfer(const CurlOptions& options) : url_(curl_url()), easy_(options.makeEasy()) {
+  if (!isUsable()) return;
   curl_easy_setopt(easy(), CURLOPT_HEADERFUNCTION, headerArrived);
   curl_easy_setopt(easy(), CURLOPT_HEADERDATA, this);
   curl_easy_setopt(easy(), CURLOPT_WRITEFUNCTION, bodyArrived);
@@ -39,14 +39,27 @@ CurlTransfer::CurlTransfer(const CurlOptions& options) : easy_(options.makeEasy(
   curl_easy_setopt(easy(), CURLOPT_ERRORBUFFER, message_.data());
 }
 
-void CurlTransfer::prepare(const URLRequest& request, const URL& url, std::string_view cookies,
-                           std::size_t maximumBodySize) {
+bool CurlTransfer::prepare(const URLRequest& request, std::string_view cookies, std::size_t maximumBodySize) {
   response_.reset(maximumBodySize);
   mayBeSentAgain_ = isIdempotent(request.method);
   wasSent_ = false;
-  curl_easy_setopt(easy(), CURLOPT_URL, url.string().c_str());
   setMethod(request);
   setHeaders(request, cookies, sendsBody(request));
+  return setURL(request.url->string());
+}
+
+// libcurl takes a URL apart several times a request when it is given the text, at a fifth of the client's work for a
+// small request. Given the parts, it does not, and they can stay for the next request to the same place.
+bool CurlTransfer::setURL(const std::string& text) {
+  if (text == urlText_) return true;
+  urlText_.clear();
+  if (curl_url_set(url_.get(), CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS | CURLU_DISALLOW_USER) != CURLUE_OK) {
+    return false;
+  }
+  urlText_ = text;
+  curl_easy_setopt(easy(), CURLOPT_URL, nullptr);  // libcurl's own text is of the URL before
+  curl_easy_setopt(easy(), CURLOPT_CURLU, url_.get());
+  return true;
 }
 
 std::optional<URLSessionError> CurlTransfer::failure(CURLcode code) const {

@@ -24,11 +24,11 @@ class CurlTransfer {
   CurlTransfer& operator=(const CurlTransfer&) = delete;
 
   /// False when there was no memory for the handle.
-  bool isUsable() const { return easy_ != nullptr; }
+  bool isUsable() const { return easy_ && url_; }
 
-  /// Sets the next request up: `request` with `url` in the place of its own and `cookies`, unless empty, as its Cookie
-  /// header. The body of the request is not copied and must stay until the transfer has ended.
-  void prepare(const URLRequest& request, const URL& url, std::string_view cookies, std::size_t maximumBodySize);
+  /// Sets the next request up, with `cookies`, unless empty, as its Cookie header. The body of the request is not
+  /// copied and must stay until the transfer has ended. False when libcurl does not take the URL.
+  bool prepare(const URLRequest& request, std::string_view cookies, std::size_t maximumBodySize);
 
   /// How the transfer failed; nothing when a whole response came.
   std::optional<URLSessionError> failure(CURLcode code) const;
@@ -37,6 +37,7 @@ class CurlTransfer {
   ResponseCollector& response() { return response_; }
 
  private:
+  bool setURL(const std::string& text);
   void setMethod(const URLRequest& request);
   void setHeaders(const URLRequest& request, std::string_view cookies, bool sendsBody);
   void addLine(std::string_view name, std::string_view value);
@@ -45,6 +46,8 @@ class CurlTransfer {
   static std::size_t bodyArrived(char* data, std::size_t size, std::size_t count, void* transfer);
   static int aboutToSend(void* transfer, char*, char*, int, int);
 
+  CurlURL url_;  // used by the easy handle
+  std::string urlText_;
   CurlEasy easy_;
   std::array<char, CURL_ERROR_SIZE> message_{};
   ResponseCollector response_;

@@ -18,8 +18,11 @@ std::vector<HTTPCookie> NetworkResponse::cookies() const {
 
 std::optional<std::string> NetworkResponse::cookieValue(HTTPCookieName name) const {
   std::optional<std::string> value;
+  const Date now = Clock::system()->now();
   for (auto& cookie : cookies()) {
-    if (cookie.name == name.rawValue) value = std::move(cookie.value);
+    if (cookie.name != name.rawValue) continue;
+    const bool isDeletion = cookie.expires && *cookie.expires <= now;
+    value = isDeletion ? std::nullopt : std::optional(std::move(cookie.value));
   }
   return value;
 }

@@ -28,7 +28,8 @@ struct NetworkResponse {
   /// The cookies of the response's own Set-Cookie headers, in their order, whatever a jar makes of them.
   std::vector<HTTPCookie> cookies() const;
 
-  /// The value of the last cookie of that name: a later Set-Cookie replaces an earlier one.
+  /// The value of the last cookie of that name: a later Set-Cookie replaces an earlier one, and one that has expired
+  /// takes it away.
   std::optional<std::string> cookieValue(HTTPCookieName name) const;
 };
 

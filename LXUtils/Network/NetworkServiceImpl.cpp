@@ -23,6 +23,22 @@ class NetworkServiceImpl::Call final : public RequestIdentity {
   Protected<std::optional<Task<NetworkResponse>>> transfer_;
 };
 
+// Ends the call when its completion has been called or let go of.
+class NetworkServiceImpl::CallEnd {
+ public:
+  CallEnd(std::weak_ptr<NetworkServiceImpl> service, URLRequest request)
+      : service_(std::move(service)), request_(std::move(request)) {}
+  CallEnd(CallEnd&& other) noexcept = default;
+  CallEnd& operator=(CallEnd&&) = delete;
+  ~CallEnd() {
+    if (const auto service = service_.lock()) service->endCall(request_);
+  }
+
+ private:
+  std::weak_ptr<NetworkServiceImpl> service_;  // empty in what was moved from
+  URLRequest request_;
+};
+
 std::shared_ptr<NetworkServiceImpl> NetworkServiceImpl::make(std::shared_ptr<URLSession> session,
                                                              std::shared_ptr<RequestAuthorizer> requestAuthorizer,
                                                              QueueRef delegateQueue, Logger logger) {
@@ -51,12 +67,12 @@ Task<NetworkResponse> NetworkServiceImpl::load(URLRequest request) {
 }
 
 void NetworkServiceImpl::authorizeAndLoad(URLRequest request, Completion<NetworkResponse> completion) {
-  if (request.identity) return authorizeAndSend(std::move(request), std::move(completion));
+  if (dynamic_cast<Call*>(request.identity.get())) return authorizeAndSend(std::move(request), std::move(completion));
   authorizeAndLoad(std::move(request)).finally(std::move(completion));
 }
 
 void NetworkServiceImpl::load(URLRequest request, Completion<NetworkResponse> completion) {
-  if (request.identity) return send(std::move(request), std::move(completion));
+  if (dynamic_cast<Call*>(request.identity.get())) return send(std::move(request), std::move(completion));
   load(std::move(request)).finally(std::move(completion));
 }
 
@@ -69,11 +85,14 @@ Task<NetworkResponse> NetworkServiceImpl::startCall(URLRequest request, Attempt 
   promise.onCancel([self, request] {
     if (const auto alive = self.lock()) alive->endCall(request);
   });
-  (this->*attempt)(request,
-                   [self, request, promise = std::move(promise)](Result<NetworkResponse> result) mutable {
-                     if (const auto alive = self.lock()) alive->endCall(request);
-                     promise.complete(std::move(result));
-                   });
+  (this->*attempt)(
+      request, [end = CallEnd(self, request), promise = std::move(promise)](Result<NetworkResponse> result) mutable {
+        // Ends before the caller hears of it.
+        {
+          const CallEnd now = std::move(end);
+        }
+        promise.complete(std::move(result));
+      });
   return task;
 }
 
@@ -86,12 +105,16 @@ void NetworkServiceImpl::endCall(const URLRequest& request) {
 }
 
 void NetworkServiceImpl::authorizeAndSend(URLRequest request, Completion<NetworkResponse> completion) {
+  auto identity = request.identity;
   requestAuthorizer_->authorize(
-      std::move(request),
-      [self = weak_from_this(), completion = std::move(completion)](Result<URLRequest> authorized) mutable {
+      std::move(request), [self = weak_from_this(), identity = std::move(identity),
+                           completion = std::move(completion)](Result<URLRequest> authorized) mutable {
         const auto alive = self.lock();
         if (!alive) return;
-        if (authorized) return alive->send(*std::move(authorized), std::move(completion));
+        if (authorized) {
+          authorized->identity = std::move(identity);
+          return alive->send(*std::move(authorized), std::move(completion));
+        }
         alive->delegateQueue_->async([completion = std::move(completion), error = authorized.error()]() mutable {
           completion(fail(std::move(error)));
         });
@@ -99,8 +122,7 @@ void NetworkServiceImpl::authorizeAndSend(URLRequest request, Completion<Network
 }
 
 void NetworkServiceImpl::send(URLRequest request, Completion<NetworkResponse> completion) {
-  // Nobody waits any more: letting go of the completion ends the call's bookkeeping.
-  if (request.identity->hasEnded()) return;
+  if (request.identity->hasEnded()) return;  // nobody waits any more
   const auto call = std::static_pointer_cast<Call>(request.identity);
   const auto transfer = session_->send(request);
   call->setTransfer(transfer);
@@ -115,6 +137,7 @@ void NetworkServiceImpl::send(URLRequest request, Completion<NetworkResponse> co
 
 void NetworkServiceImpl::judge(URLRequest request, const Result<NetworkResponse>& outcome,
                                Completion<NetworkResponse> completion) {
+  if (request.identity->hasEnded()) return;
   const auto retrier = retrier_.withLock([](const auto& current) { return current; });
   // A cancelled transfer is no failure of the request, so there is nothing to try again.
   const bool isCancelled = !outcome && outcome.error().is(TaskError::cancelled);

@@ -36,6 +36,8 @@ class NetworkServiceImpl final : public NetworkService, public std::enable_share
   NetworkServiceImpl(std::shared_ptr<URLSession> session, std::shared_ptr<RequestAuthorizer> requestAuthorizer,
                      QueueRef delegateQueue, Logger logger);
 
+  class CallEnd;
+
   Task<NetworkResponse> startCall(URLRequest request, Attempt attempt);
   void endCall(const URLRequest& request);
   void authorizeAndSend(URLRequest request, Completion<NetworkResponse> completion);

@@ -24,13 +24,14 @@ bool belongsToOrigin(std::string_view name) {
 
 }  // namespace
 
-Result<std::optional<URL>> redirectTarget(const URLRequest& request, const URL& url, int statusCode,
-                                          const HTTPHeaders& headers, int redirects) {
+Result<std::optional<URL>> redirectTarget(const URLRequest& request, int statusCode, const HTTPHeaders& headers,
+                                          int redirects) {
   if (!isRedirect(statusCode) || !isFollowed(request)) return std::nullopt;
   const auto location = headers.value(HTTPHeaderName::location);
   if (!location) return std::nullopt;
   if (redirects >= maximumRedirects) return fail(URLSessionError{URLSessionError::Kind::tooManyRedirects, {}});
 
+  const URL& url = *request.url;
   auto target = url.resolving(*location);
   if (!target || !isSendable(*target)) {
     return fail(URLSessionError{URLSessionError::Kind::redirectRefused, "to what is no http or https URL"});

@@ -1,5 +1,7 @@
 #include "LXUtils/Network/RequestRulesInternal.h"
 
+#include <algorithm>
+
 #include "LXUtils/Foundation/PercentEncoding.h"
 
 namespace lx {
@@ -11,7 +13,7 @@ constexpr CharacterSet tokenCharacters{"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmn
 bool isToken(std::string_view text) { return !text.empty() && tokenCharacters.containsAll(text); }
 
 bool breaksOut(std::string_view value) {
-  return value.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos;
+  return std::ranges::any_of(value, [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
 }
 
 URLSessionError invalid(const char* details) { return {URLSessionError::Kind::invalidRequest, details}; }

@@ -134,8 +134,9 @@ void FolderWatch::poll() {
     const std::lock_guard lock(mutex_);
     isPolling_ = false;
     for (auto& entry : entries_) {
+      if (entry.watch != unwatched) continue;
       auto listener = entry.listener.lock();
-      if (!listener || entry.watch != unwatched) continue;
+      if (!listener) continue;
       // Watched first and looked at afterwards, so that nothing falls between.
       if (!tryToWatch(entry)) pollLater();
       listeners.push_back(std::move(listener));

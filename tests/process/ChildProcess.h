@@ -46,20 +46,39 @@ class ChildProcess {
 
   /// The next line without its end; "(ended)" when the child closed its output, "(late)" after `timeout`.
   std::string readLine(std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
-    std::string line;
     while (true) {
-      pollfd ready{.fd = output_, .events = POLLIN, .revents = 0};
-      char character = 0;
-      if (poll(&ready, 1, static_cast<int>(timeout.count())) <= 0) return "(late)";
-      if (read(output_, &character, 1) <= 0) return "(ended)";
-      if (character == '\n') return line;
-      line += character;
+      if (const auto end = unread_.find('\n'); end != std::string::npos) {
+        std::string line = unread_.substr(0, end);
+        unread_.erase(0, end + 1);
+        return line;
+      }
+      if (!hasOutput(timeout)) return "(late)";
+      char buffer[4096];
+      const auto size = read(output_, buffer, sizeof buffer);
+      if (size <= 0) return "(ended)";
+      unread_.append(buffer, static_cast<std::size_t>(size));
     }
   }
 
   /// Asks the child to end, with SIGTERM.
-  void terminate() {
-    if (id_ > 0) ::kill(id_, SIGTERM);
+  void terminate() { signal(SIGTERM); }
+
+  /// Waits until the child has written more, or has ended; false when that takes longer than `timeout`.
+  bool hasOutput(std::chrono::nanoseconds timeout) const {
+    pollfd ready{.fd = output_, .events = POLLIN, .revents = 0};
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(timeout);
+    const timespec limit{.tv_sec = seconds.count(), .tv_nsec = (timeout - seconds).count()};
+    return ppoll(&ready, 1, &limit, nullptr) > 0;
+  }
+
+  /// Gives the child a line to read. A child that has ended gets nothing (and its parent SIGPIPE, unless ignored).
+  void writeLine(std::string line) const {
+    line += '\n';
+    [[maybe_unused]] const auto written = write(input_, line.data(), line.size());
+  }
+
+  void signal(int number) const {
+    if (id_ > 0) ::kill(id_, number);
   }
 
   /// Ends the child with SIGKILL and waits until it is gone.
@@ -79,6 +98,7 @@ class ChildProcess {
   pid_t id_ = -1;
   int input_ = -1;
   int output_ = -1;
+  std::string unread_;
 };
 
 }  // namespace lx

@@ -1,10 +1,10 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <future>
 #include <thread>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "LXUtils/Concurrency/MulticastDelegate.h"
 #include "LXUtils/Concurrency/OperationQueue.h"
@@ -55,6 +55,31 @@ TEST(SerialQueue, SyncWorksFromItsOwnWorkAndFromMoreQueuesThanThereAreWorkers) {
   EXPECT_EQ(calls, 6);
 }
 
+TEST(SerialQueue, CallersOfSyncWhoAreAllTheWorkersRunTheEarlierWorkThemselves) {
+  for (int round = 0; round < 20; ++round) {
+    const auto target = DispatchQueue::makeSerial("target");
+    std::vector<QueueRef> queues;
+    int calls = 0;  // unguarded on purpose: the queue is the guard
+    for (int i = 0; i < 6; ++i) {
+      queues.push_back(DispatchQueue::makeSerial("outer"));
+      queues.back()->async([&] {
+        target->async([&] { ++calls; });
+        target->sync([&] { ++calls; });
+      });
+    }
+    for (const auto& queue : queues) queue->sync([] {});
+    target->sync([&] { EXPECT_EQ(calls, 12); });
+  }
+}
+
+TEST(SerialQueue, SyncFindsItsWayBackThroughAnotherQueue) {
+  const auto outer = DispatchQueue::makeSerial("outer");
+  const auto inner = DispatchQueue::makeSerial("inner");
+  bool ran = false;
+  outer->sync([&] { inner->sync([&] { outer->sync([&] { ran = true; }); }); });
+  EXPECT_TRUE(ran);
+}
+
 TEST(SerialQueue, TheLastOwnerMayBeItsOwnWork) {
   std::promise<void> gone;
   struct Witness {
@@ -79,6 +104,23 @@ TEST(SystemClock, TimersFireInTheOrderOfTheirDeadlinesAndNotWhenCancelled) {
 
   EXPECT_TRUE(main->runUntil([&] { return fired.size() == 3; }, std::chrono::seconds(10)));
   EXPECT_THAT(fired, ElementsAre(1, 2, 3));
+}
+
+TEST(MainQueue, AWakeWhileTheConditionIsLookedAtIsNotLost) {
+  const auto main = MainQueue::shared();
+  std::atomic<bool> holds{false};
+  const auto start = Clock::system()->steadyNow();
+  EXPECT_TRUE(main->runUntil(
+      [&] {
+        if (holds) return true;
+        std::jthread([&] {
+          holds = true;
+          main->wake();
+        }).join();
+        return false;
+      },
+      std::chrono::seconds(20)));
+  EXPECT_LT(Clock::system()->steadyNow() - start, std::chrono::seconds(10));
 }
 
 TEST(MulticastDelegate, CallsLivingListenersInOrderAndAllowsChangesMeanwhile) {

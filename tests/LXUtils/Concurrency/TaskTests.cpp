@@ -1,12 +1,11 @@
-#include "LXUtils/Concurrency/Task.h"
+#include <string>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <string>
-#include <thread>
-
 #include "LXUtils/Concurrency/OperationQueue.h"
+#include "LXUtils/Concurrency/Task.h"
 
 namespace lx {
 namespace {
@@ -40,7 +39,8 @@ TEST(Task, TransformationsCarryTheValueAndSkipOverAnError) {
 
   EXPECT_EQ(first.result()->value(), "42!");
   EXPECT_TRUE(second.result()->error().is(Trouble{7}));
-  EXPECT_EQ(second.catch_([](const Error&) { return Task<std::string>::success("mended"); }).result()->value(), "mended");
+  EXPECT_EQ(second.catch_([](const Error&) { return Task<std::string>::success("mended"); }).result()->value(),
+            "mended");
 }
 
 TEST(Task, CompletesOnceAndTellsObserversInTheirOrder) {
@@ -89,6 +89,29 @@ TEST(Task, CancelReachesTheProducerThroughEveryStageOnce) {
 
   EXPECT_EQ(cancels, 11);
   EXPECT_TRUE(isCancelled(following));
+}
+
+TEST(Task, WhatIsCancelledWhileAStepIsQueuedIsNotStarted) {
+  const auto main = MainQueue::shared();
+  bool started = false;
+  bool cleanedUp = false;
+  const auto next = [&](int) {
+    started = true;
+    return Task<int>::success(1);
+  };
+  const auto chained = Task<int>::success(1).then(next, main);
+  const auto observed = Task<int>::success(1).finally([&](const Result<int>&) { cleanedUp = true; }, main);
+  chained.cancel();
+  observed.cancel();
+  main->drain();
+  EXPECT_FALSE(started);
+  EXPECT_TRUE(cleanedUp);
+
+  int cancels = 0;
+  Promise<void> outer;
+  outer.task().cancel();
+  outer.onCancel([&] { ++cancels; });
+  EXPECT_EQ(cancels, 1);
 }
 
 TEST(Task, AGoneTargetSkipsSideEffectsAndCancelsWhereItsAnswerWasNeeded) {

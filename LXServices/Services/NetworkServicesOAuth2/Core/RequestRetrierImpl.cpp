@@ -16,10 +16,15 @@ Clock::Duration delayOf(const RetryDescriptor& descriptor) {
 bool isAbandoned(const URLRequest& request) { return request.identity && request.identity->hasEnded(); }
 
 void refreshThenSend(OAuth2CredentialsRefresher& refresher, std::weak_ptr<NetworkService> networkService,
-                     URLRequest request, Completion<NetworkResponse> completion) {
-  refresher.refreshOAuth2Credentials([networkService = std::move(networkService), request = std::move(request),
+                     const QueueRef& queue, URLRequest request, Completion<NetworkResponse> completion) {
+  refresher.refreshOAuth2Credentials([networkService = std::move(networkService), queue, request = std::move(request),
                                       completion = std::move(completion)](Result<void> refreshed) mutable {
-    if (!refreshed) return completion(fail(refreshed.error()));
+    if (!refreshed) {
+      // The refresher answers on a queue of its own.
+      return queue->async([completion = std::move(completion), error = refreshed.error()]() mutable {
+        completion(fail(std::move(error)));
+      });
+    }
     if (const auto service = networkService.lock()) {
       service->authorizeAndLoad(std::move(request), std::move(completion));
     }
@@ -42,12 +47,14 @@ void RequestRetrierImpl::setCredentialsRefresher(std::weak_ptr<OAuth2Credentials
 void RequestRetrierImpl::retryIfNeeded(const QueueRef& queue, URLRequest request, NetworkResponse networkResponse,
                                        Completion<NetworkResponse> completion) {
   auto action = retryPolicy_->resolveRetryAction(request, networkResponse);
+  logRetry(action, "retryIfNeeded(on:request:networkResponse:completion:)");
   carryOut(std::move(action), queue, std::move(request), std::move(completion));
 }
 
 void RequestRetrierImpl::retryIfNeeded(const QueueRef& queue, URLRequest request, Error error,
                                        Completion<NetworkResponse> completion) {
   auto action = retryPolicy_->resolveRetryAction(request, error);
+  logRetry(action, "retryIfNeeded(on:request:error:completion:)");
   carryOut(std::move(action), queue, std::move(request), std::move(completion));
 }
 
@@ -56,38 +63,45 @@ void RequestRetrierImpl::requestDidEnd(const URLRequest& request) { retryPolicy_
 void RequestRetrierImpl::carryOut(RetryAction action, const QueueRef& queue, URLRequest request,
                                   Completion<NetworkResponse> completion) {
   const auto collaborators = collaborators_.withLock([](const auto& current) { return current; });
-  std::visit(Overloaded{
-                 [&](const RetryAction::RefreshCredentialsAndRetry& refresh) {
-                   logRetry("Refreshing credentials before retry", refresh.descriptor);
-                   clock_->after(delayOf(refresh.descriptor), queue,
-                                 [collaborators, request = std::move(request),
-                                  completion = std::move(completion)]() mutable {
-                                   const auto refresher = collaborators.credentialsRefresher.lock();
-                                   if (!refresher || isAbandoned(request)) return;
-                                   refreshThenSend(*refresher, collaborators.networkService, std::move(request),
-                                                   std::move(completion));
-                                 });
-                 },
-                 [&](const RetryAction::Retry& retry) {
-                   logRetry("Retrying request", retry.descriptor);
-                   clock_->after(delayOf(retry.descriptor), queue,
-                                 [collaborators, request = std::move(request),
-                                  completion = std::move(completion)]() mutable {
-                                   const auto service = collaborators.networkService.lock();
-                                   if (!service || isAbandoned(request)) return;
-                                   service->load(std::move(request), std::move(completion));
-                                 });
-                 },
-                 [&](RetryAction::GiveResponseBack& response) { completion(std::move(response.response)); },
-                 [&](RetryAction::GiveErrorBack& error) { completion(fail(std::move(error.error))); },
-             },
-             action.outcome);
+  std::visit(
+      Overloaded{
+          [&](const RetryAction::RefreshCredentialsAndRetry& refresh) {
+            clock_->after(
+                delayOf(refresh.descriptor), queue,
+                [collaborators, queue, request = std::move(request), completion = std::move(completion)]() mutable {
+                  const auto refresher = collaborators.credentialsRefresher.lock();
+                  if (!refresher || isAbandoned(request)) return;
+                  refreshThenSend(*refresher, collaborators.networkService, queue, std::move(request),
+                                  std::move(completion));
+                });
+          },
+          [&](const RetryAction::Retry& retry) {
+            clock_->after(delayOf(retry.descriptor), queue,
+                          [collaborators, request = std::move(request), completion = std::move(completion)]() mutable {
+                            const auto service = collaborators.networkService.lock();
+                            if (!service || isAbandoned(request)) return;
+                            service->load(std::move(request), std::move(completion));
+                          });
+          },
+          [&](RetryAction::GiveResponseBack& response) { completion(std::move(response.response)); },
+          [&](RetryAction::GiveErrorBack& error) { completion(fail(std::move(error.error))); },
+      },
+      action.outcome);
 }
 
-void RequestRetrierImpl::logRetry(const char* message, const RetryDescriptor& descriptor) const {
+void RequestRetrierImpl::logRetry(const RetryAction& action, LogSite site) const {
   if (!Logger::isEnabled(1)) return;
-  logger_.log(1, std::string(message) + ", attempt " + std::to_string(descriptor.attempt),
-              "retryIfNeeded(on:request:completion:)");
+  std::visit(Overloaded{
+                 [&](const RetryAction::RefreshCredentialsAndRetry&) {
+                   logger_.log(1, "Refreshing the credentials before the request is sent again", site);
+                 },
+                 [&](const RetryAction::Retry& retry) {
+                   logger_.log(1, "Sending the request again, attempt " + std::to_string(retry.descriptor.attempt),
+                               site);
+                 },
+                 [](const auto&) {},
+             },
+             action.outcome);
 }
 
 }  // namespace lx

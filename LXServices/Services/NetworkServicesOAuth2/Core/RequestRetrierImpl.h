@@ -36,7 +36,7 @@ class RequestRetrierImpl final : public RequestRetrier {
   };
 
   void carryOut(RetryAction action, const QueueRef& queue, URLRequest request, Completion<NetworkResponse> completion);
-  void logRetry(const char* message, const RetryDescriptor& descriptor) const;
+  void logRetry(const RetryAction& action, LogSite site) const;
 
   Protected<Collaborators> collaborators_;
   const std::shared_ptr<const RetryPolicy> retryPolicy_;

@@ -33,6 +33,8 @@ class RetryProgression {
 
   const std::vector<RetryDescriptor>& retryProgression() const { return retryProgression_; }
 
+  bool operator==(const RetryProgression&) const = default;
+
  private:
   std::vector<RetryDescriptor> retryProgression_;
   std::size_t position_ = 0;

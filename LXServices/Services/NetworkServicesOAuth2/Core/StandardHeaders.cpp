@@ -12,19 +12,24 @@ StandardHeaders::StandardHeaders(std::shared_ptr<const AppService> appService,
       lexiconiaEnrollmentToken_(std::move(lexiconiaEnrollmentToken)) {}
 
 const HTTPHeaders& StandardHeaders::common() const {
-  std::call_once(computed_, [this] {
-    staticHeaders_.set(HTTPHeaderName::origin, backendEnvironment_->origin());
-    staticHeaders_.set(HTTPHeaderName::clientType, backendEnvironment_->clientType());
-    staticHeaders_.set(HTTPHeaderName::clientVersion, app_->clientVersion());
-    staticHeaders_.set(HTTPHeaderName::containerID, app_->containerID());
-  });
+  if (!isComputed_.load(std::memory_order_acquire)) {
+    // The app is asked outside of the once-only section: two first requests ask it twice, and one answer is kept.
+    HTTPHeaders headers;
+    headers.set(HTTPHeaderName::origin, backendEnvironment_->origin());
+    headers.set(HTTPHeaderName::clientType, backendEnvironment_->clientType());
+    headers.set(HTTPHeaderName::clientVersion, app_->clientVersion());
+    headers.set(HTTPHeaderName::containerID, app_->containerID());
+    std::call_once(kept_, [&] {
+      staticHeaders_ = std::move(headers);
+      isComputed_.store(true, std::memory_order_release);
+    });
+  }
   return staticHeaders_;
 }
 
 void StandardHeaders::attachEnrollment(HTTPHeaders& headers) const {
   if (!lexiconiaEnrollmentToken_) return;
-  headers.set(HTTPHeaderName::lexiconiaAuthPolicy,
-              HTTPHeaderKnownValues::enrollmentToken(*lexiconiaEnrollmentToken_));
+  headers.set(HTTPHeaderName::lexiconiaAuthPolicy, HTTPHeaderKnownValues::enrollmentToken(*lexiconiaEnrollmentToken_));
 }
 
 }  // namespace lx

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -29,7 +30,8 @@ class StandardHeaders {
   const std::shared_ptr<const AppService> app_;
   const std::shared_ptr<const BackendEnvironment> backendEnvironment_;
   const std::optional<std::string> lexiconiaEnrollmentToken_;
-  mutable std::once_flag computed_;
+  mutable std::atomic<bool> isComputed_{false};
+  mutable std::once_flag kept_;
   mutable HTTPHeaders staticHeaders_;
 };
 

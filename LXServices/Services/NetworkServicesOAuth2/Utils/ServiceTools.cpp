@@ -70,6 +70,7 @@ std::optional<URL> ServiceTools::addQuery(const URL& url, const std::map<std::st
   for (const auto& [key, value] : parameters) append(pairs, key, value);
   const auto query = encodeQueryData(pairs);
   if (!query) return std::nullopt;
+  if (query->empty()) return url;
   auto& existing = components->percentEncodedQuery;
   existing = existing && !existing->empty() ? *existing + "&" + *query : *query;
   return components->url();

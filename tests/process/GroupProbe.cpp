@@ -1,0 +1,196 @@
+// One process of an app group, with the whole stack of an app.
+//   group_probe FOLDER ADDRESS CA_FILE CONTAINER [poll=MS] [bound=MS] [die=beforeStore|afterStore|inAnswer]
+// builds the stack, prints "ready" and obeys the lines of its input until that ends:
+//   get N      N callers ask for credentials at once. Prints, when all are answered, a line for each in the order of
+//   the
+//              answers, "ok ACCESS_TOKEN REFRESH_TOKEN NANOSECONDS" or "error TYPE NANOSECONDS", and "done
+//              NANOSECONDS", the time of the process's first store of credentials since the one before (0 when it
+//              stored none)
+//   refresh N  the same for callers that force a refresh; the tokens are those of the store at that moment
+//   user       prints "user ID" or "error TYPE"
+//   logouts    prints "logouts N", how often the app was asked to log out
+// Times are those of the system's steady clock, which all processes share.
+
+#include <atomic>
+#include <barrier>
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <map>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include <unistd.h>
+
+#include "LXServices/Services/UserService.h"
+#include "LXUtils/Concurrency/OperationQueue.h"
+
+#include "support/RealStack.h"
+
+namespace lx {
+namespace {
+
+void say(const std::string& text) {
+  std::puts(text.c_str());
+  std::fflush(stdout);
+}
+
+std::int64_t nanoseconds() { return Clock::system()->steadyNow().time_since_epoch().count(); }
+
+[[noreturn]] void die() {
+  while (true) kill(getpid(), SIGKILL);
+}
+
+// The group's store, which notes when it was written to and ends the process when it is told to.
+class ProbeStorage final : public AuthCredentialsStorage {
+ public:
+  ProbeStorage(std::shared_ptr<FileCredentialsStorage> storage, std::string death)
+      : storage_(std::move(storage)), death_(std::move(death)) {}
+
+  Result<void> storeOAuth2Credentials(const std::optional<OAuth2Credentials>& credentials) override {
+    if (death_ == "beforeStore") die();
+    auto stored = storage_->storeOAuth2Credentials(credentials);
+    if (death_ == "afterStore") die();
+    std::int64_t none = 0;
+    firstStore.compare_exchange_strong(none, nanoseconds());
+    return stored;
+  }
+  Result<std::optional<OAuth2Credentials>> loadOAuth2Credentials() override {
+    return storage_->loadOAuth2Credentials();
+  }
+  Result<void> storeLegacyAuthData(const std::optional<UserAuthData>& data) override {
+    return storage_->storeLegacyAuthData(data);
+  }
+  Result<std::optional<UserAuthData>> loadLegacyAuthData() override { return storage_->loadLegacyAuthData(); }
+  Result<void> storeDeviceAuthData(const DeviceAuthData& data) override { return storage_->storeDeviceAuthData(data); }
+  Result<DeviceAuthData> loadDeviceAuthData() override { return storage_->loadDeviceAuthData(); }
+  Result<std::optional<UserModel>> currentUser() override { return storage_->currentUser(); }
+  std::optional<std::string> trustedDeviceID() const override { return storage_->trustedDeviceID(); }
+
+  std::atomic<std::int64_t> firstStore{0};
+
+ private:
+  const std::shared_ptr<FileCredentialsStorage> storage_;
+  const std::string death_;
+};
+
+struct LogoutCounter final : OAuth2CredentialsServiceDelegate {
+  void oauth2CredentialsServiceDidRequestLogout() override { ++count; }
+  std::atomic<int> count{0};
+};
+
+std::string lineOf(const Result<OAuth2Credentials>& result) {
+  const auto time = std::to_string(nanoseconds());
+  return result ? "ok " + result->accessToken + " " + result->refreshToken + " " + time
+                : "error " + result.error().typeName() + " " + time;
+}
+
+class Probe {
+ public:
+  Probe(RealStackOptions options, std::string death)
+      : store_(std::make_shared<ProbeStorage>(*FileCredentialsStorage::make(options.folder), death)),
+        diesInAnswer_(death == "inAnswer"),
+        stack_((options.storage = store_, std::move(options))) {
+    stack_.builder.oauth2CredentialsService()->setDelegate(logouts_);
+  }
+
+  void obey(const std::string& command, int count) {
+    if (command == "get") {
+      gather(count, [this](Completion<OAuth2Credentials> completion) {
+        stack_.builder.oauth2CredentialsService()->getOAuth2Credentials(std::move(completion));
+      });
+    } else if (command == "refresh") {
+      gather(count, [this](Completion<OAuth2Credentials> completion) {
+        stack_.builder.oauth2CredentialsService()->refreshOAuth2Credentials([this, completion = std::move(completion)](
+                                                                                Result<void> result) mutable {
+          if (!result) return completion(fail(result.error()));
+          const auto stored = store_->loadOAuth2Credentials();
+          completion(stored && *stored ? Result<OAuth2Credentials>(**stored) : fail(UnwrapError{"nothing is stored"}));
+        });
+      });
+    } else if (command == "user") {
+      user_.fetchUser().finally([](const Result<UserServiceFetchUserResponse>& result) {
+        say(result ? "user " + result->user.id : "error " + result.error().typeName());
+      });
+    } else if (command == "logouts") {
+      // On the main queue, where the delegate is called after a failed refresh.
+      MainQueue::shared()->async([this] { say("logouts " + std::to_string(logouts_->count)); });
+    }
+  }
+
+ private:
+  // Calls `ask` so often from a few threads at once.
+  template <class Ask>
+  void gather(int count, const Ask& ask) {
+    struct Answers {
+      std::size_t expected = 0;
+      Protected<std::vector<std::string>> lines;
+    };
+    const auto answers = std::make_shared<Answers>();
+    answers->expected = static_cast<std::size_t>(count);
+    store_->firstStore = 0;
+    const int threadCount = std::min(count, 8);
+    std::barrier start(threadCount);
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < threadCount; ++thread) {
+      threads.emplace_back([&, thread] {
+        start.arrive_and_wait();
+        for (int i = thread; i < count; i += threadCount) {
+          ask([this, answers](Result<OAuth2Credentials> result) {
+            if (diesInAnswer_) die();
+            auto line = lineOf(result);
+            const auto all = answers->lines.withLock([&](auto& lines) {
+              lines.push_back(std::move(line));
+              return lines.size() == answers->expected ? lines : std::vector<std::string>();
+            });
+            if (all.empty()) return;
+            std::string text;
+            for (const auto& one : all) text += one + "\n";
+            say(text + "done " + std::to_string(store_->firstStore));
+          });
+        }
+      });
+    }
+  }
+
+  const std::shared_ptr<ProbeStorage> store_;
+  const bool diesInAnswer_;
+  const std::shared_ptr<LogoutCounter> logouts_ = std::make_shared<LogoutCounter>();
+  RealStack stack_;
+  UserServiceOAuth2Impl user_{stack_.builder.oauth2NetworkService(), stack_.environment};
+};
+
+int run(const std::vector<std::string>& arguments) {
+  if (arguments.size() < 5) return 2;
+  RealStackOptions options{
+      .folder = arguments[1], .address = arguments[2], .caFile = arguments[3], .containerID = arguments[4]};
+  std::map<std::string, std::string> settings;
+  for (std::size_t i = 5; i < arguments.size(); ++i) {
+    const auto equal = arguments[i].find('=');
+    if (equal == std::string::npos) return 2;
+    settings[arguments[i].substr(0, equal)] = arguments[i].substr(equal + 1);
+  }
+  if (settings.contains("poll")) options.waiting.pollInterval = std::chrono::milliseconds(std::stoi(settings["poll"]));
+  if (settings.contains("bound")) options.waiting.bound = std::chrono::milliseconds(std::stoi(settings["bound"]));
+
+  Probe probe(std::move(options), settings["die"]);
+  std::jthread commands([&] {
+    for (std::string line; std::getline(std::cin, line);) {
+      std::istringstream words(line);
+      std::string command;
+      int count = 1;
+      words >> command >> count;
+      probe.obey(command, count);
+    }
+    MainQueue::shared()->stop();
+  });
+  say("ready");
+  MainQueue::shared()->run();
+  return 0;
+}
+
+}  // namespace
+}  // namespace lx
+
+int main(int count, char** arguments) { return lx::run({arguments, arguments + count}); }
