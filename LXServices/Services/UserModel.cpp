@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "LXServices/Environment/DeploymentDataInternal.h"
+
 namespace lx {
 
 std::optional<std::string> UserModel::institutionName() const {
@@ -15,7 +17,7 @@ std::optional<std::int64_t> UserModel::institutionID() const {
 
 bool UserModel::isClaimedUser() const { return std::ranges::find(groups, "claimed-invitation") != groups.end(); }
 
-bool UserModel::isLexiconiaUser() const { return email.ends_with("@lexiconia.com"); }
+bool UserModel::isLexiconiaUser() const { return email.ends_with("@" + std::string(deployment::productionCom)); }
 
 std::vector<UserModel::Client> UserModel::clientList() const {
   std::vector<Client> clients;

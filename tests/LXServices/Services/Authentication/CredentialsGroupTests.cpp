@@ -104,11 +104,37 @@ TEST_F(WaitingForAnotherProcess, RevokingEndsTheWait) {
 
 TEST_F(WaitingForAnotherProcess, ASuccessOfAnEarlierRefreshDoesNotEndTheWait) {
   other.postSuccess();
-  ASSERT_TRUE(stack.waits(2));
-  EXPECT_EQ(stack.events.count("get caller access-old"), 0U);
+  ASSERT_TRUE(stack.posts("Success", 1));
   stack.keep(stack.tokens("theirs"));
   other.postSuccess();
   EXPECT_TRUE(stack.happens("get caller access-theirs"));
+  EXPECT_LE(stack.clock->manual.pendingTimers(), 1U);
+}
+
+TEST_F(WaitingForAnotherProcess, TheCancelOfOneWaitIsNotHeardByTheNext) {
+  stack.service->revokeCredentials();
+  stack.get("next");
+  ASSERT_TRUE(stack.happens("log2 File already locked", 2));
+  ASSERT_TRUE(stack.happens("get caller OAuth2Error.credentialsRefreshWasCancelled"));
+  stack.keep(stack.tokens("theirs"));
+  lock.reset();
+  ASSERT_TRUE(stack.waits());
+  stack.clock->manual.advance(std::chrono::milliseconds(250));
+  EXPECT_TRUE(stack.happens("get next access-theirs"));
+  EXPECT_EQ(stack.posted("Failure"), 1U);
+}
+
+TEST_F(WaitingForAnotherProcess, AtTheBoundAndAtAFailureGoodCredentialsInTheStoreAreTheAnswer) {
+  stack.keep(stack.tokens("theirs"));
+  other.postFailure();
+  ASSERT_TRUE(stack.happens("get caller access-theirs"));
+  stack.keepExpiring();
+  stack.get("second");
+  ASSERT_TRUE(stack.happens("log2 File already locked", 2));
+  ASSERT_TRUE(stack.waits());
+  stack.keep(stack.tokens("late"));
+  stack.clock->manual.advance(std::chrono::seconds(61));
+  EXPECT_TRUE(stack.happens("get second access-late"));
 }
 
 TEST(CredentialsGroup, CredentialsThatAnotherProcessHasExchangedAreNotSentAgain) {
@@ -126,6 +152,14 @@ TEST(CredentialsGroup, CredentialsThatAnotherProcessHasExchangedAreNotSentAgain)
   second.get("second");
   ASSERT_TRUE(second.happens("get second access-new"));
   EXPECT_EQ(second.events.count("request refresh-old"), 0U);
+
+  // Nor while the store cannot tell.
+  second.store->answerNextLoad(old);
+  second.store->failLoads(UnwrapError{"unreadable"});
+  second.get("unreadable");
+  ASSERT_TRUE(second.happens("get unreadable Optional.Error"));
+  EXPECT_EQ(second.events.count("request refresh-old"), 0U);
+  second.store->failLoads(std::nullopt);
 
   // Only a store that really holds them again has them sent.
   second.keep(old);

@@ -168,6 +168,13 @@ TEST_F(Recovery, ThatFailsLogsTwiceAsksForTheLogoutAndThenAnswersWithTheRefreshE
   EXPECT_EQ(stack.posted("Failure"), 1U);
 }
 
+TEST_F(Recovery, ThatSucceedsAfterASignOutDoesNotUndoIt) {
+  stack.store->setRecords({});
+  silent->promise.complete(OAuth2AuthDTO{stack.tokens("recovered"), {}});
+  ASSERT_TRUE(stack.happens("get caller OAuth2Error.credentialsNotFound"));
+  EXPECT_FALSE(stack.store->records().credentials);
+}
+
 TEST_F(Recovery, TakesWhatTheStoreHasGotMeanwhile) {
   stack.keep(stack.tokens("signed-in-again"));
   silent->promise.complete(fail(UnwrapError{"too late anyway"}));
@@ -225,12 +232,15 @@ TEST_F(CredentialsService, APairThatTheStoreDoesNotTakeIsKeptAndStoredLater) {
   stack.get("caller");
   ASSERT_TRUE(stack.answers(0, stack.tokens("new")));
   ASSERT_TRUE(stack.happens("get caller access-new"));
+  stack.forceRefresh("caller");
+  ASSERT_TRUE(stack.answers(1, stack.tokens("newer")));
+  ASSERT_TRUE(stack.happens("refresh caller done"));
   EXPECT_EQ(storedToken(), "access-old");
   stack.store->failStores(std::nullopt);
   stack.get("later");
 
-  EXPECT_EQ(stack.events.count("get later access-new"), 1U);
-  EXPECT_EQ(storedToken(), "access-new");
+  EXPECT_EQ(stack.events.count("get later access-newer"), 1U);
+  EXPECT_EQ(storedToken(), "access-newer");
   EXPECT_EQ(stack.posted("Success"), 0U);
   EXPECT_THAT(events({"log4"}), Contains(HasSubstr("disk full")));
 }

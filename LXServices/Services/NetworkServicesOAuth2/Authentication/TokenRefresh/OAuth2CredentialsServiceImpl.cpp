@@ -40,6 +40,12 @@ std::shared_ptr<OAuth2CredentialsServiceImpl> OAuth2CredentialsServiceImpl::make
       std::move(backgroundExecutor), waiting, std::move(clock)));
 }
 
+OAuth2CredentialsServiceImpl::~OAuth2CredentialsServiceImpl() {
+  const auto identifier =
+      mutableState_.withLock([](const MutableState& state) { return state.refresh.backgroundTaskIdentifier; });
+  if (identifier) backgroundExecutor_->endBackgroundTask(*identifier);
+}
+
 // --- The frame of every transition -----------------------------------------------------------------------------------
 
 template <class F>
@@ -175,7 +181,8 @@ void OAuth2CredentialsServiceImpl::refreshStep(MutableState& state, Effects& eff
     }
     state.refresh.ownsFileLock = locked.has_value();
     if (!locked) log(effects, 4, "Did fail to acquire file lock", locked.error(), "refreshStep(credentials:)");
-    if (locked && wereExchanged(*fileLock_, state.refresh.credentials) && followStore(state, effects)) return;
+    const bool areSpent = locked && wereExchanged(*fileLock_, state.refresh.credentials);
+    if (areSpent && followStore(state, effects, Unreadable::endsTheRefresh)) return;
   }
   send(state, effects);
 }
@@ -193,9 +200,13 @@ void OAuth2CredentialsServiceImpl::sendOutsideLock(Epoch epoch, const OAuth2Cred
   });
   // The refresh may be revoked before either the background task or the request is known to it.
   bool isCurrent = false;
-  transact(epoch, [&](MutableState& state, Effects&) {
-    state.refresh.backgroundTaskIdentifier = identifier;
+  transact(epoch, [&](MutableState& state, Effects& effects) {
     isCurrent = true;
+    if (!std::exchange(state.refresh.hasBackgroundTaskExpired, false)) {
+      state.refresh.backgroundTaskIdentifier = identifier;
+    } else {
+      effects.add([self = shared_from_this(), identifier] { self->endBackgroundTask(identifier); });
+    }
   });
   if (!isCurrent) return backgroundExecutor_->endBackgroundTask(identifier);
 
@@ -223,7 +234,7 @@ void OAuth2CredentialsServiceImpl::handleRefreshResult(Epoch epoch, const Result
     } else {
       if (state.refresh.ownsFileLock) recordExchange(*fileLock_, state.refresh.credentials);
       // A process that was suspended while it refreshed must not overwrite what has been stored since.
-      if (!followStore(state, effects)) storeAndFinish(state, effects, *result);
+      if (!followStore(state, effects, Unreadable::countsAsUnchanged)) storeAndFinish(state, effects, *result);
     }
     effects.add([self = shared_from_this(), identifier] { self->endBackgroundTask(identifier); });
   });
@@ -261,14 +272,17 @@ void OAuth2CredentialsServiceImpl::recover(MutableState& state, Effects& effects
       "handleRefreshFailure(_:)");
   state.state = State::exchangingFallbackCredentials;
   effects.add(
-      [weak = weak_from_this(), epoch = state.refresh.epoch, manager = std::move(manager), lxauth, refreshError] {
+      [self = shared_from_this(), epoch = state.refresh.epoch, manager = std::move(manager), lxauth, refreshError] {
+        bool isCurrent = false;
+        self->transact(epoch, [&](MutableState&, Effects&) { isCurrent = true; });
+        if (!isCurrent) return;
         manager->exchange(lxauth).finally(
-            weak,
-            [epoch, refreshError](OAuth2CredentialsServiceImpl& self, const Result<OAuth2AuthDTO>& result) {
+            self->weak_from_this(),
+            [epoch, refreshError](OAuth2CredentialsServiceImpl& service, const Result<OAuth2AuthDTO>& result) {
               if (result) {
-                self.handleExchangeSuccess(epoch, result->oauth2Credentials);
+                service.handleExchangeSuccess(epoch, result->oauth2Credentials);
               } else {
-                self.handleExchangeFailure(epoch, result.error(), refreshError);
+                service.handleExchangeFailure(epoch, result.error(), refreshError);
               }
             },
             OperationQueue::main());
@@ -279,7 +293,9 @@ void OAuth2CredentialsServiceImpl::handleExchangeSuccess(Epoch epoch, const OAut
   transact(epoch, [&](MutableState&, Effects& effects) {
     log(effects, 2, "Did recover OAuth2 credentials using fallback credentials", "handleRefreshFailure(_:)");
   });
-  transact(epoch, [&](MutableState& state, Effects& effects) { storeAndFinish(state, effects, credentials); });
+  transact(epoch, [&](MutableState& state, Effects& effects) {
+    if (!followStore(state, effects, Unreadable::countsAsUnchanged)) storeAndFinish(state, effects, credentials);
+  });
 }
 
 void OAuth2CredentialsServiceImpl::handleExchangeFailure(Epoch epoch, const Error& exchangeError,
@@ -304,9 +320,11 @@ void OAuth2CredentialsServiceImpl::wait(MutableState& state, Effects& effects) {
   state.state = State::waitingForTokenRefreshByAnotherProcess;
   state.refresh.waitingSince = clock_->steadyNow();
   effects.add([self = shared_from_this(), epoch = state.refresh.epoch] {
-    self->tokenRefreshNotificationsManager_->subscribe([weak = self->weak_from_this(), epoch](Result<void> outcome) {
-      if (const auto alive = weak.lock()) alive->handleNotification(epoch, outcome);
-    });
+    self->tokenRefreshNotificationsManager_->subscribe(epoch,
+                                                       [weak = self->weak_from_this(), epoch](Result<void> outcome) {
+                                                         if (const auto alive = weak.lock())
+                                                           alive->handleNotification(epoch, outcome);
+                                                       });
     // The holder may have finished, and told so, before there was a subscription.
     self->schedule(epoch, &OAuth2CredentialsServiceImpl::poll);
   });
@@ -318,24 +336,32 @@ void OAuth2CredentialsServiceImpl::poll(MutableState& state, Effects& effects) {
   if (!locked && isHeldByAnother(locked.error())) {
     const auto left = state.refresh.waitingSince + waiting_.bound - clock_->steadyNow();
     if (left > Clock::Duration::zero()) {
+      if (std::exchange(state.refresh.isPollArmed, true)) return;
       const auto delay = std::min<Clock::Duration>(left, waiting_.pollInterval);
       return effects.add(
           [self = shared_from_this(), epoch = state.refresh.epoch, delay] { self->pollAfter(delay, epoch); });
     }
-    effects.add([manager = tokenRefreshNotificationsManager_] { manager->removeObservers(); });
+    effects.add([manager = tokenRefreshNotificationsManager_, epoch = state.refresh.epoch] {
+      manager->removeObservers(epoch);
+    });
+    if (takeValidFromStore(state, effects)) return;
     return finish(state, effects, fail(OAuth2Error::credentialsRefreshGenericError()), Notification::none);
   }
   state.refresh.ownsFileLock = locked.has_value();
   if (!locked) log(effects, 4, "Did fail to acquire file lock", locked.error(), "refreshStep(credentials:)");
-  effects.add([manager = tokenRefreshNotificationsManager_] { manager->removeObservers(); });
-  if (!followStore(state, effects)) send(state, effects);
+  effects.add(
+      [manager = tokenRefreshNotificationsManager_, epoch = state.refresh.epoch] { manager->removeObservers(epoch); });
+  if (!followStore(state, effects, Unreadable::endsTheRefresh)) send(state, effects);
 }
 
 void OAuth2CredentialsServiceImpl::pollAfter(Clock::Duration delay, Epoch epoch) {
   clock_->after(delay, workQueue_, [weak = weak_from_this(), epoch] {
     const auto self = weak.lock();
     if (!self) return;
-    self->transact(epoch, [&](MutableState& state, Effects& effects) { self->poll(state, effects); });
+    self->transact(epoch, [&](MutableState& state, Effects& effects) {
+      state.refresh.isPollArmed = false;
+      self->poll(state, effects);
+    });
   });
 }
 
@@ -348,10 +374,14 @@ void OAuth2CredentialsServiceImpl::handleNotification(Epoch epoch, const Result<
     if (!isOver) schedule(epoch, &OAuth2CredentialsServiceImpl::poll);
   });
   if (!isOver) return;
-  tokenRefreshNotificationsManager_->removeObservers();
+  tokenRefreshNotificationsManager_->removeObservers(epoch);
   transact(epoch, [&](MutableState& state, Effects& effects) {
     if (state.state != State::waitingForTokenRefreshByAnotherProcess) return;
-    if (!outcome) return handleRefreshFailure(state, effects, outcome.error());
+    if (!outcome) {
+      // Every waiter posts again, so a failure may belong to the refresh before, too.
+      if (!takeValidFromStore(state, effects)) handleRefreshFailure(state, effects, outcome.error());
+      return;
+    }
     const auto stored = loadCredentials(state);
     if (stored && *stored) return storeAndFinish(state, effects, **stored);
     failWithoutCredentials(state, effects, stored);
@@ -361,25 +391,38 @@ void OAuth2CredentialsServiceImpl::handleNotification(Epoch epoch, const Result<
 // --- The store decides -----------------------------------------------------------------------------------------------
 
 // Ends or redirects the refresh when the store no longer holds the credentials that it was started with.
-bool OAuth2CredentialsServiceImpl::followStore(MutableState& state, Effects& effects) {
-  if (followStoreIfMovedOn(state, effects)) return true;
+bool OAuth2CredentialsServiceImpl::followStore(MutableState& state, Effects& effects, Unreadable unreadable) {
   const auto stored = loadCredentials(state);
-  if (!stored || *stored) return false;
+  if (stored && *stored) return follow(state, effects, **stored);
+  if (!stored && unreadable == Unreadable::countsAsUnchanged) return false;
   failWithoutCredentials(state, effects, stored);
   return true;
 }
 
-// The same, but an empty store counts as one that has not moved on. Credentials of another process that need a refresh
-// themselves are refreshed, once.
+// The same, but neither an empty store nor an unreadable one counts as one that has moved on.
 bool OAuth2CredentialsServiceImpl::followStoreIfMovedOn(MutableState& state, Effects& effects) {
   const auto stored = loadCredentials(state);
-  if (!stored || !*stored || haveSameTokens(**stored, state.refresh.credentials)) return false;
-  if ((*stored)->needsRefresh(clock_->now()) && !std::exchange(state.refresh.followedStore, true)) {
-    state.refresh.credentials = **stored;
+  return stored && *stored && follow(state, effects, **stored);
+}
+
+// Credentials of another process that need a refresh themselves are refreshed, once.
+bool OAuth2CredentialsServiceImpl::follow(MutableState& state, Effects& effects, const OAuth2Credentials& stored) {
+  if (haveSameTokens(stored, state.refresh.credentials)) return false;
+  if (stored.needsRefresh(clock_->now()) && !std::exchange(state.refresh.followedStore, true)) {
+    state.refresh.credentials = stored;
     send(state, effects);
   } else {
-    storeAndFinish(state, effects, **stored);
+    storeAndFinish(state, effects, stored);
   }
+  return true;
+}
+
+// For a waiter, who may not send: answers with what another process has left, if that is good.
+bool OAuth2CredentialsServiceImpl::takeValidFromStore(MutableState& state, Effects& effects) {
+  const auto stored = loadCredentials(state);
+  if (!stored || !*stored || haveSameTokens(**stored, state.refresh.credentials)) return false;
+  if ((*stored)->needsRefresh(clock_->now())) return false;
+  storeAndFinish(state, effects, **stored);
   return true;
 }
 
@@ -399,7 +442,8 @@ void OAuth2CredentialsServiceImpl::storeAndFinish(MutableState& state, Effects& 
     state.unsaved.reset();
   } else {
     // The refresh token that is in the store has been spent: what replaces it must not be lost.
-    state.unsaved = Unsaved{credentials, state.refresh.credentials};
+    const auto& replaced = state.unsaved ? state.unsaved->replaced : state.refresh.credentials;
+    state.unsaved = Unsaved{credentials, replaced};
     log(effects, 4, "Did fail to store credentials", stored.error(), "handleRefreshSuccess(_:)");
   }
   finish(state, effects, credentials, stored ? Notification::success : Notification::none);
@@ -443,10 +487,12 @@ void OAuth2CredentialsServiceImpl::endBackgroundTask(std::optional<BackgroundExe
 void OAuth2CredentialsServiceImpl::handleBackgroundTaskExpiry(Epoch epoch) {
   transact(epoch, [&](MutableState& state, Effects& effects) {
     log(effects, 4, "Background Refresh Task has reached timeout", "refreshStep(credentials:)");
-    effects.add(
-        [self = shared_from_this(), identifier = std::exchange(state.refresh.backgroundTaskIdentifier, std::nullopt)] {
-          self->endBackgroundTask(identifier);
-        });
+    const auto identifier = std::exchange(state.refresh.backgroundTaskIdentifier, std::nullopt);
+    if (!identifier) {
+      state.refresh.hasBackgroundTaskExpired = true;
+    } else {
+      effects.add([self = shared_from_this(), identifier] { self->endBackgroundTask(identifier); });
+    }
   });
 }
 
@@ -454,26 +500,27 @@ Task<void> OAuth2CredentialsServiceImpl::revokeCredentials() {
   transact([&](MutableState& state, Effects& effects) {
     if (state.state == State::idle) return;
     releaseFileLock(state.refresh, effects);
-    workQueue_->async(
-        [self = shared_from_this(), refresh = state.refresh, pending = std::exchange(state.pending, {})]() mutable {
-          self->cancelOngoingRefresh(refresh, std::move(pending));
-        });
+    const auto error = state.refresh.decidedFailure.value_or(OAuth2Error::credentialsRefreshWasCancelled());
+    workQueue_->async([self = shared_from_this(), refresh = state.refresh] { self->cancelOngoingRefresh(refresh); });
+    // Right behind the cancel: the next refresh must not subscribe before this one's failure is posted.
+    deliver(std::exchange(state.pending, {}), fail(error), Notification::failure);
     state.state = State::idle;
   });
 
   const auto stored = mutableState_.withLock([&](MutableState& state) { return loadCredentials(state); });
   if (stored && *stored) return tokenRefreshService_->revoke(**stored);
-  if (!stored) return Task<void>::failure(stored.error());
+  if (!stored) {
+    logger_.log(4, "Did fail to load credentials", stored.error().description(), "revokeCredentials()");
+    return Task<void>::failure(stored.error());
+  }
   logger_.log(4, "Credentials to revoke not found", "revokeCredentials()");
   return Task<void>::failure(OAuth2Error::credentialsNotFound());
 }
 
 // Runs on the work queue, so that whatever refresh comes next takes its first step after this.
-void OAuth2CredentialsServiceImpl::cancelOngoingRefresh(const Refresh& refresh, Pending pending) {
+void OAuth2CredentialsServiceImpl::cancelOngoingRefresh(const Refresh& refresh) {
   if (refresh.refreshTask) refresh.refreshTask->cancel();
-  deliver(std::move(pending), fail(refresh.decidedFailure.value_or(OAuth2Error::credentialsRefreshWasCancelled())),
-          Notification::failure);
-  tokenRefreshNotificationsManager_->removeObservers();
+  tokenRefreshNotificationsManager_->removeObservers(refresh.epoch);
   endBackgroundTask(refresh.backgroundTaskIdentifier);
   logger_.log(2, "Did cancel ongoing token refresh", "cancelOngoingRefreshIfNeeded()");
 }

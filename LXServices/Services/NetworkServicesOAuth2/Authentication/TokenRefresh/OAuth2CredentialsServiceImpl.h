@@ -77,6 +77,10 @@ class OAuth2CredentialsServiceImpl final : public OAuth2CredentialsService,
                 Waiting{});
   }
 
+  /// Lets go of the file lock and ends the background task. The answer of a refresh that is under way is lost, though
+  /// the backend may have exchanged the refresh token: keep the service for the lifetime of the process.
+  ~OAuth2CredentialsServiceImpl() override;
+
   bool hasCredentials() override;
   void getOAuth2Credentials(Completion<OAuth2Credentials> completion) override;
   void refreshOAuth2Credentials(Completion<void> completion) override;
@@ -96,6 +100,8 @@ class OAuth2CredentialsServiceImpl final : public OAuth2CredentialsService,
     bool ownsFileLock = false;
     std::optional<Task<OAuth2Credentials>> refreshTask;
     std::optional<BackgroundExecutor::Identifier> backgroundTaskIdentifier;
+    bool hasBackgroundTaskExpired = false;  // before its identifier was known
+    bool isPollArmed = false;
     std::optional<Error> decidedFailure;  // set while the delegate is asked to log out, before the callers are told
     Clock::SteadyTime waitingSince;
   };
@@ -120,6 +126,9 @@ class OAuth2CredentialsServiceImpl final : public OAuth2CredentialsService,
   };
 
   enum class Notification { none, success, failure };
+
+  // What a store that cannot be read means for a refresh that looks at it.
+  enum class Unreadable { countsAsUnchanged, endsTheRefresh };
 
   // What a transition causes, done in this order after the lock is released.
   class Effects {
@@ -173,8 +182,10 @@ class OAuth2CredentialsServiceImpl final : public OAuth2CredentialsService,
   void pollAfter(Clock::Duration delay, Epoch epoch);
   void handleNotification(Epoch epoch, const Result<void>& outcome);
 
-  bool followStore(MutableState& state, Effects& effects);
+  bool followStore(MutableState& state, Effects& effects, Unreadable unreadable);
   bool followStoreIfMovedOn(MutableState& state, Effects& effects);
+  bool follow(MutableState& state, Effects& effects, const OAuth2Credentials& stored);
+  bool takeValidFromStore(MutableState& state, Effects& effects);
   void failWithoutCredentials(MutableState& state, Effects& effects,
                               const Result<std::optional<OAuth2Credentials>>& stored);
 
@@ -184,7 +195,7 @@ class OAuth2CredentialsServiceImpl final : public OAuth2CredentialsService,
   void releaseFileLock(Refresh& refresh, Effects& effects);
   void endBackgroundTask(std::optional<BackgroundExecutor::Identifier> identifier);
   void handleBackgroundTaskExpiry(Epoch epoch);
-  void cancelOngoingRefresh(const Refresh& refresh, Pending pending);
+  void cancelOngoingRefresh(const Refresh& refresh);
 
   const std::shared_ptr<AuthCredentialsStorage> credStorage_;
   const Logger logger_ = Logger::oauth2;

@@ -20,6 +20,9 @@ std::string digest(const OAuth2Credentials& credentials) {
   return urlSafeBase64EncodedString(sha256(dataOf(text)));
 }
 
+// A process that was suspended for a while may come with credentials of some refreshes ago.
+constexpr std::size_t rememberedExchanges = 5;
+
 }  // namespace
 
 RefreshFiles openRefreshFiles(const URL& lockFileURL) {
@@ -41,12 +44,15 @@ bool holdsSameTokens(const Result<std::optional<OAuth2Credentials>>& stored, con
 }
 
 void recordExchange(FileLock& lock, const OAuth2Credentials& credentials) {
-  static_cast<void>(lock.setContents(digest(credentials)));
+  std::string notes = digest(credentials) + "\n";
+  const auto earlier = lock.contents();
+  if (earlier) notes.append(*earlier, 0, (rememberedExchanges - 1) * notes.size());
+  static_cast<void>(lock.setContents(notes));
 }
 
 bool wereExchanged(const FileLock& lock, const OAuth2Credentials& credentials) {
-  const auto noted = lock.contents();
-  return noted && *noted == digest(credentials);
+  const auto notes = lock.contents();
+  return notes && notes->find(digest(credentials)) != std::string::npos;
 }
 
 bool isInvalidRefreshToken(const Error& error) {

@@ -31,7 +31,7 @@ bool holdsSameTokens(const Result<std::optional<OAuth2Credentials>>& stored, con
 /// missed.
 void recordExchange(FileLock& lock, const OAuth2Credentials& credentials);
 
-/// True when the latest note is of these credentials.
+/// True when one of the latest notes is of these credentials.
 bool wereExchanged(const FileLock& lock, const OAuth2Credentials& credentials);
 
 /// True for a server error with status 401 whose TokenRefreshErrorInfo says that the refresh token is invalid.

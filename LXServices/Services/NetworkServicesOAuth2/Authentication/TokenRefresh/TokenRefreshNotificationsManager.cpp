@@ -11,21 +11,27 @@ TokenRefreshNotificationsManagerImpl::TokenRefreshNotificationsManagerImpl(
     std::shared_ptr<DarwinNotificationCenter> notificationsCenter)
     : notificationsCenter_(std::move(notificationsCenter)) {}
 
-TokenRefreshNotificationsManagerImpl::~TokenRefreshNotificationsManagerImpl() { removeObservers(); }
+TokenRefreshNotificationsManagerImpl::~TokenRefreshNotificationsManagerImpl() {
+  remove(subscriptions_.withLock([](const auto& current) { return current; }));
+}
 
-void TokenRefreshNotificationsManagerImpl::subscribe(std::function<void(Result<void>)> handler) {
+void TokenRefreshNotificationsManagerImpl::subscribe(std::uint64_t subscriber,
+                                                     std::function<void(Result<void>)> handler) {
   const auto main = OperationQueue::main();
-  Subscriptions subscriptions;
+  Subscriptions subscriptions{.subscriber = subscriber, .success = {}, .failure = {}};
   subscriptions.success = notificationsCenter_->addObserver(successName, main, [handler] { handler({}); });
   subscriptions.failure = notificationsCenter_->addObserver(
       failureName, main, [handler] { handler(fail(OAuth2Error::credentialsRefreshGenericError())); });
-  replaceSubscriptions(subscriptions);
+  subscriptions_.withLock([&](auto& current) { std::swap(current, subscriptions); });
+  remove(subscriptions);
 }
 
-void TokenRefreshNotificationsManagerImpl::removeObservers() { replaceSubscriptions({}); }
+void TokenRefreshNotificationsManagerImpl::removeObservers(std::uint64_t subscriber) {
+  remove(subscriptions_.withLock(
+      [&](auto& current) { return current.subscriber == subscriber ? std::exchange(current, {}) : Subscriptions{}; }));
+}
 
-void TokenRefreshNotificationsManagerImpl::replaceSubscriptions(Subscriptions subscriptions) {
-  subscriptions_.withLock([&](auto& current) { std::swap(current, subscriptions); });
+void TokenRefreshNotificationsManagerImpl::remove(const Subscriptions& subscriptions) {
   if (subscriptions.success) notificationsCenter_->removeObserver(*subscriptions.success);
   if (subscriptions.failure) notificationsCenter_->removeObserver(*subscriptions.failure);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -16,10 +17,12 @@ class TokenRefreshNotificationsManager {
   virtual ~TokenRefreshNotificationsManager() = default;
 
   /// From now on `handler` is called on the main queue with each outcome that a process posts: success, or
-  /// OAuth2Error::credentialsRefreshGenericError. Replaces the subscription before.
-  virtual void subscribe(std::function<void(Result<void>)> handler) = 0;
+  /// OAuth2Error::credentialsRefreshGenericError. Replaces the subscription before. `subscriber` tells the subscription
+  /// from those that others make later.
+  virtual void subscribe(std::uint64_t subscriber, std::function<void(Result<void>)> handler) = 0;
 
-  virtual void removeObservers() = 0;
+  /// Without effect once another subscriber has taken the place of this one.
+  virtual void removeObservers(std::uint64_t subscriber) = 0;
 
   virtual void postSuccess() = 0;
   virtual void postFailure() = 0;
@@ -36,18 +39,19 @@ class TokenRefreshNotificationsManagerImpl final : public TokenRefreshNotificati
   TokenRefreshNotificationsManagerImpl(const TokenRefreshNotificationsManagerImpl&) = delete;
   TokenRefreshNotificationsManagerImpl& operator=(const TokenRefreshNotificationsManagerImpl&) = delete;
 
-  void subscribe(std::function<void(Result<void>)> handler) override;
-  void removeObservers() override;
+  void subscribe(std::uint64_t subscriber, std::function<void(Result<void>)> handler) override;
+  void removeObservers(std::uint64_t subscriber) override;
   void postSuccess() override;
   void postFailure() override;
 
  private:
   struct Subscriptions {
+    std::uint64_t subscriber = 0;
     std::optional<DarwinNotificationCenter::Token> success;
     std::optional<DarwinNotificationCenter::Token> failure;
   };
 
-  void replaceSubscriptions(Subscriptions subscriptions);
+  void remove(const Subscriptions& subscriptions);
 
   Protected<Subscriptions> subscriptions_;
   const std::shared_ptr<DarwinNotificationCenter> notificationsCenter_;
