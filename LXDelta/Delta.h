@@ -41,13 +41,13 @@ class Delta {
   /// By how much the change makes a text longer: what it inserts without what it deletes.
   std::int64_t changeLength() const;
 
-  /// Of a line: the flag that stops the walk when set, the index from 0, the line with its separator, and the attributes
-  /// of the separator. A failure stops the walk, too.
+  /// Of a line: the flag that stops the walk when set, the index from 0, the line with its separator, and the
+  /// attributes of the separator. A failure stops the walk, too.
   using LineBody = std::function<Result<void>(bool& stop, std::int64_t index, const Delta& line,
                                               const std::optional<Attributes>& attributes)>;
 
-  /// Calls `body` for each line in order. A last line without separator counts, with absent attributes. The walk ends at
-  /// the first operation that is no insert, without the line begun there. The error is that of `body`.
+  /// Calls `body` for each line in order. A last line without separator counts, with absent attributes. The walk ends
+  /// at the first operation that is no insert, without the line begun there. The error is that of `body`.
   Result<void> eachLine(char32_t separator, const LineBody& body) const;
 
   bool operator==(const Delta&) const = default;

@@ -10,8 +10,8 @@
 
 namespace lx {
 
-/// Walks the lines of a Delta by the rules of Delta::eachLine, without making a Delta of each. Copies go on from the same
-/// line. The Delta must outlive the walk, unchanged.
+/// Walks the lines of a Delta by the rules of Delta::eachLine, without making a Delta of each. Copies go on from the
+/// same line. The Delta must outlive the walk, unchanged.
 class DeltaLines {
  public:
   /// A separator that is no Unicode scalar value ends no line.

@@ -37,9 +37,9 @@ Result<void> eachLine(const Delta& delta, Range<IndexOffset> range, char32_t sep
   for (bool stop = false; !stop && lines.next(); line.lowerBound = line.upperBound) {
     if (line.lowerBound > range.upperBound) break;
     line.upperBound = line.lowerBound + lines.changeLength();
-    const bool meets = isPlace ? line.contains(range.lowerBound) ||
-                                     (line.upperBound == range.lowerBound && isLast(lines))
-                               : line.overlaps(range);
+    const bool meets = isPlace
+                           ? line.contains(range.lowerBound) || (line.upperBound == range.lowerBound && isLast(lines))
+                           : line.overlaps(range);
     if (!meets) continue;
     if (auto done = body(stop, lines.index(), line, lines.attributes()); !done) return done;
   }

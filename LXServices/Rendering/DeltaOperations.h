@@ -24,8 +24,8 @@ void insertIf(Delta& delta, const std::function<bool()>& condition, std::string_
 using LineRangeBody = std::function<Result<void>(bool& stop, std::int64_t index, Range<IndexOffset> lineRange,
                                                  const std::optional<Attributes>& attributes)>;
 
-/// Calls `body` for each line that `range` meets, by the rules of Delta::eachLine. An empty range meets the line that it
-/// stands in, at the document's end the last one. The error is that of `body`.
+/// Calls `body` for each line that `range` meets, by the rules of Delta::eachLine. An empty range meets the line that
+/// it stands in, at the document's end the last one. The error is that of `body`.
 Result<void> eachLine(const Delta& delta, Range<IndexOffset> range, char32_t separator, const LineRangeBody& body);
 
 /// How far a change lets the text stand before it begins: the length of a first retain without attributes, else 0.

@@ -9,8 +9,8 @@
 
 namespace lx::DeltaRenderUtils {
 
-/// Numbers from 0 for the lists of a document: first those that lines name, in the order of the lines, then those nested
-/// in lists so far numbered, level by level. The document must outlive the numbering.
+/// Numbers from 0 for the lists of a document: first those that lines name, in the order of the lines, then those
+/// nested in lists so far numbered, level by level. The document must outlive the numbering.
 class ListNumbering {
  public:
   explicit ListNumbering(const RenderInfo& renderInfo);

@@ -21,7 +21,8 @@ namespace lx {
 ///       while (reader.nextMember(key)) { /* read or skip one value */ }
 ///     }
 ///
-/// After the first failure nothing can be read any more and `fault` tells what it was. The text must outlive the reader.
+/// After the first failure nothing can be read any more and `fault` tells what it was. The text must outlive the
+/// reader.
 class JSONReader {
  public:
   static constexpr unsigned maxDepth = 64;  ///< arrays and objects inside one another
@@ -61,6 +62,7 @@ class JSONReader {
   bool fail(DecodingFault fault = DecodingFault::malformed);
   bool begin(char bracket);
   bool next(char bracket);
+  std::size_t makeRoom(std::string& out) const;
   bool readEscape(std::string& out);
   bool readHex(char32_t& unit);
   bool readWord(std::string_view word);
