@@ -6,7 +6,7 @@ namespace lx {
 
 namespace {
 
-DevUser makeUser(std::string key, std::string id, std::string role, std::string_view record) {
+DevUser makeUser(const std::string& key, std::string id, std::string role, std::string_view record) {
   DevUser user{.key = key,
                .id = std::move(id),
                .record = boost::json::serialize(boost::json::parse(record)),

@@ -122,7 +122,7 @@ struct Scenario {
   ///   "connections": [{"effect": "cut", "direction": "toClient", "offset": 100, "connection": 1}]}`.
   /// The keys of a fault are its fields, durations in milliseconds; "count" may be "all"; the body of a status may be
   /// text or JSON. Unknown keys are errors (ScenarioError), so that a slip of the pen does not pass for a quiet server.
-  static Result<Scenario> parse(std::string_view json);
+  static Result<Scenario> parse(std::string_view text);
 
   bool operator==(const Scenario&) const = default;
 };

@@ -31,6 +31,7 @@ void Accounts::add(DevUser user) {
 std::vector<DevUser> Accounts::users() const {
   return state_.withLock([](const State& state) {
     std::vector<DevUser> result;
+    result.reserve(state.users.size());
     for (const auto& [id, user] : state.users) result.push_back(*user);
     return result;
   });

@@ -79,7 +79,7 @@ void sendSlowly(std::string_view body, const Fault::Slow& slow, Wire& wire) {
 }
 
 void sendBlanks(const Fault::Oversized& oversized, Wire& wire) {
-  const std::string piece(16 * 1024, ' ');
+  const std::string piece(std::size_t{16} * 1024, ' ');
   for (std::size_t left = oversized.bytes; left > 0;) {
     const auto blanks = std::string_view(piece).substr(0, left);
     left -= blanks.size();

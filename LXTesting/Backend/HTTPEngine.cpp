@@ -10,7 +10,7 @@ namespace lx::backend {
 
 namespace {
 
-constexpr std::size_t largestBody = 64 * 1024 * 1024;
+constexpr std::size_t largestBody = std::size_t{64} * 1024 * 1024;
 constexpr std::size_t requestsOfAConnection = 1'000'000;
 
 // The HTTP library compresses whatever it may, brotli at its slowest setting included. Held back under another name,

@@ -15,7 +15,7 @@ using Date = std::chrono::sys_time<std::chrono::microseconds>;
 inline constexpr Date referenceDate = std::chrono::sys_days{std::chrono::January / 1 / 2001};
 
 /// `date` and a number of seconds from it; an instant beyond the range of Date becomes the nearest end of the range.
-Date addingSeconds(Date date, std::int64_t seconds);
+Date addingSeconds(Date date, std::int64_t count);
 
 // The formats below write years of four digits: an instant outside the years 0000 to 9999 is written as the nearest
 // inside.

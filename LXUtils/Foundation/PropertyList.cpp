@@ -89,7 +89,7 @@ std::optional<std::string> PropertyList::string() const {
 
 std::optional<PropertyList> PropertyList::value(const std::string& key) const {
   if (!isDictionary()) return std::nullopt;
-  const plist_t item = plist_dict_get_item(node_.get(), key.c_str());
+  plist_t item = plist_dict_get_item(node_.get(), key.c_str());
   return item ? std::optional(PropertyList(std::shared_ptr<void>(node_, item))) : std::nullopt;
 }
 

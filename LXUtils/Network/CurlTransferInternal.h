@@ -39,7 +39,7 @@ class CurlTransfer {
  private:
   bool setURL(const std::string& text);
   void setMethod(const URLRequest& request);
-  void setHeaders(const URLRequest& request, std::string_view cookies, bool sendsBody);
+  void setHeaders(const URLRequest& request, std::string_view cookies, bool withBody);
   void addLine(std::string_view name, std::string_view value);
 
   static std::size_t headerArrived(char* data, std::size_t size, std::size_t count, void* transfer);

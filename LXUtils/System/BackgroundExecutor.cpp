@@ -20,6 +20,7 @@ void BackgroundExecutorExtension::endBackgroundTask(Identifier identifier) {
 void BackgroundExecutorExtension::expireAll() {
   const auto open = state_.withLock([](const State& state) {
     std::vector<Identifier> identifiers;
+    identifiers.reserve(state.tasks.size());
     for (const auto& [identifier, task] : state.tasks) identifiers.push_back(identifier);
     return identifiers;
   });
@@ -36,6 +37,7 @@ void BackgroundExecutorExtension::expireAll() {
 std::vector<std::string> BackgroundExecutorExtension::openTasks() const {
   return state_.withLock([](const State& state) {
     std::vector<std::string> names;
+    names.reserve(state.tasks.size());
     for (const auto& [identifier, task] : state.tasks) names.push_back(task.name);
     return names;
   });

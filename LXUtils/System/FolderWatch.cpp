@@ -87,7 +87,7 @@ void FolderWatch::remove(const FolderListener* listener) {
 }
 
 void FolderWatch::readEvents() {
-  alignas(inotify_event) std::array<char, 16 * 1024> buffer;
+  alignas(inotify_event) std::array<char, std::size_t{16} * 1024> buffer;
   // What does not fit makes the loop call again, after whatever else is ready.
   const auto size = read(inotify_.get(), buffer.data(), buffer.size());
   for (std::size_t offset = 0; size > 0 && offset < static_cast<std::size_t>(size);) {
