@@ -256,7 +256,7 @@ std::vector<FaultCase> connectionCases() {
   const std::tuple<std::string, Relay::Direction, std::uint64_t> places[] = {
       {"FirstHello", Relay::Direction::toServer, 0},  {"Hello", Relay::Direction::toServer, 200},
       {"Request", Relay::Direction::toServer, 800},   {"FirstAnswer", Relay::Direction::toClient, 0},
-      {"Handshake", Relay::Direction::toClient, 120}, {"Answers", Relay::Direction::toClient, 2200}};
+      {"Handshake", Relay::Direction::toClient, 120}, {"Answers", Relay::Direction::toClient, 1900}};
   std::vector<FaultCase> cases;
   for (const auto& [effectName, effect] : effects) {
     for (const auto& [placeName, direction, offset] : places) {

@@ -9,13 +9,13 @@ namespace {
 
 using Storm = StackTest;
 
-struct EventCounter final : LogSink {
+/// Counts the attempts after the first that the retrier decides on.
+struct RetryCounter final : LogSink {
   void write(const LogRecord& record) override {
-    if (record.message != event) return;
+    if (!std::string_view(record.site.operation).starts_with("retryIfNeeded(")) return;
     ++count;
     MainQueue::shared()->wake();
   }
-  std::string event;
   std::atomic<std::size_t> count{0};
 };
 
@@ -27,8 +27,7 @@ TEST_F(Storm, ManyRequestsThatAreRefusedAtOnceShareOneRefresh) {
   // With the lock taken, the refresh waits until every request has been refused.
   const auto lock = *FileLock::make(folder.file("refresh.lock"));
   ASSERT_TRUE(lock->try_());
-  const auto refusals = std::make_shared<EventCounter>();
-  refusals->event = "Refreshing credentials before retry, attempt 1";
+  const auto refusals = std::make_shared<RetryCounter>();
   Logging::setSink(refusals, 1);
 
   std::vector<Task<UserServiceFetchUserResponse>> tasks;
