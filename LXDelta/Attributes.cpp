@@ -16,13 +16,8 @@ constexpr std::array<std::pair<std::string_view, ListType>, 4> listTypes{{
     {"checked", ListType::checklist},
 }};
 
-const AnyJSON* find(const AnyJSON::Object& values, const char* name) {
-  const auto found = values.find(name);
-  return found == values.end() ? nullptr : &found->second;
-}
-
-std::optional<ListType> listType(const AnyJSON* value) {
-  const auto* text = value ? std::get_if<std::string>(&value->value) : nullptr;
+std::optional<ListType> listType(const AnyJSON& value) {
+  const auto* text = std::get_if<std::string>(&value.value);
   if (!text) return std::nullopt;
   for (const auto& [spelling, type] : listTypes) {
     if (spelling == *text) return type;
@@ -30,8 +25,8 @@ std::optional<ListType> listType(const AnyJSON* value) {
   return std::nullopt;
 }
 
-std::optional<std::int64_t> wholeNumber(const AnyJSON* value) {
-  const auto* number = value ? std::get_if<std::int64_t>(&value->value) : nullptr;
+std::optional<std::int64_t> wholeNumber(const AnyJSON& value) {
+  const auto* number = std::get_if<std::int64_t>(&value.value);
   return number ? std::optional(*number) : std::nullopt;
 }
 
@@ -56,9 +51,11 @@ Attributes Attributes::of(AnyJSON::Object values) {
   Attributes attributes;
   if (values.empty()) return attributes;
   auto record = std::make_shared<Record>();
-  record->list = listType(find(values, "list"));
-  record->header = wholeNumber(find(values, "header"));
-  record->indent = wholeNumber(find(values, "indent"));
+  for (const auto& [name, value] : values) {
+    if (name == "list") record->list = listType(value);
+    if (name == "header") record->header = wholeNumber(value);
+    if (name == "indent") record->indent = wholeNumber(value);
+  }
   record->values = std::move(values);
   attributes.record_ = std::move(record);
   return attributes;

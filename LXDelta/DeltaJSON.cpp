@@ -11,6 +11,12 @@ namespace {
 
 using Kind = JSONValue::Kind;
 
+/// key == name, with a size that the compiler knows.
+template <std::size_t size>
+bool isKey(std::string_view key, const char (&name)[size]) {
+  return key.size() == size - 1 && std::memcmp(key.data(), name, size - 1) == 0;
+}
+
 /// Attributes read lately, by their text: documents repeat a few over and over, and equal ones then share a record.
 class RecentAttributes {
  public:
@@ -118,14 +124,14 @@ class DeltaReader {
     reader_.beginObject();
     for (std::string_view key; reader_.nextMember(key);) {
       bool isRead = false;
-      if (key == "insert") {
+      if (isKey(key, "insert")) {
         isInsert = true;
         isRead = readContent(insert.content);
-      } else if (key == "attributes") {
+      } else if (isKey(key, "attributes")) {
         isRead = readAttributes(insert.attributes);
-      } else if (key == "retain") {
+      } else if (isKey(key, "retain")) {
         isRead = readLength(".retain", retained);
-      } else if (key == "delete") {
+      } else if (isKey(key, "delete")) {
         isRead = readLength(".delete", deleted);
       } else {
         isRead = reader_.skipValue();

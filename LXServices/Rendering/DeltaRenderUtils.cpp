@@ -17,6 +17,9 @@ void handleLine(LineParsingStateMachine& stateMachine, const std::optional<Attri
 }
 
 std::size_t separatorCount(std::string_view text) {
+  const auto first = text.find(static_cast<char>(Delta::defaultLineSeparator));
+  if (first == text.npos) return 0;
+  text.remove_prefix(first);
   // Sums of a block fit into a byte, which lets the compiler count many bytes at once.
   constexpr std::size_t block = 64;
   const auto countIn = [](std::string_view part) {
@@ -34,8 +37,8 @@ std::size_t separatorCount(std::string_view text) {
 std::size_t separatorCount(const Delta& delta) {
   std::size_t count = 0;
   for (const auto& operation : delta.operations()) {
-    const auto* text = operation.asInsert() ? operation.asInsert()->content.text() : nullptr;
-    if (text) count += separatorCount(*text);
+    const auto* insert = operation.asInsert();
+    if (const auto* text = insert ? insert->content.text() : nullptr) count += separatorCount(*text);
   }
   return count;
 }

@@ -9,32 +9,35 @@ namespace {
 using ListType = Attributes::ListType;
 using SharedList = std::shared_ptr<ListInfo>;
 
-/// The line stands in the list, or in a new one that takes the list's place.
+/// A new list with the line's item, in the place of what is nested in the parent's last item, or else a root.
+SharedList makeListWithItem(std::int64_t indent, ListType type, const SharedList& parent) {
+  auto list = ListInfo::make(indent);
+  list->append({type, nullptr});
+  if (parent) parent->append(list, type);
+  return list;
+}
+
 SharedList withItemInSameIndent(const SharedList& info, ListType type) {
-  if (!info->items().empty() && info->items().front().type == type) {
-    info->append({type, nullptr});
-    return info;
-  }
-  auto replacement = ListInfo::make(info->indent());
-  replacement->append({type, nullptr});
-  if (const auto parent = info->parentList()) parent->append(replacement, type);
-  return replacement;
+  const bool isOfType = !info->items().empty() && info->items().front().type == type;
+  if (!isOfType) return makeListWithItem(info->indent(), type, info->parentList());
+  info->append({type, nullptr});
+  return info;
 }
 
 /// A list on each level down to the line's.
 SharedList withItemInDeeperIndent(SharedList info, ListType type, std::int64_t indent) {
-  while (info->indent() < indent) {
-    auto nested = ListInfo::make(info->indent() + 1, info);
+  while (info->indent() + 1 < indent) {
+    auto nested = ListInfo::make(info->indent() + 1);
     info->append(nested, type);
     info = std::move(nested);
   }
-  return withItemInSameIndent(info, type);
+  return makeListWithItem(indent, type, info);
 }
 
-/// The list that holds the line's item, for a line of this type and indent that follows an item of `info`.
+/// The list that holds the line's item, for a line of this type and indent that follows an item of `info`, if any.
 SharedList withItem(SharedList info, ListType type, std::int64_t indent) {
   while (info && indent < info->indent()) info = info->parentList();
-  if (!info) info = ListInfo::make(indent);
+  if (!info) return makeListWithItem(indent, type, nullptr);
   return indent == info->indent() ? withItemInSameIndent(info, type)
                                   : withItemInDeeperIndent(std::move(info), type, indent);
 }
@@ -57,7 +60,7 @@ void LineParsingStateMachine::header(std::int64_t level, const Attributes& attri
 void LineParsingStateMachine::list(Attributes::ListType type, const Attributes& attributes) {
   const auto indent = std::clamp(attributes.indent().value_or(0), -deepestIndent, deepestIndent);
   const auto* current = std::get_if<List>(&state_);
-  auto info = withItem(current ? current->info : ListInfo::make(indent), type, indent);
+  auto info = withItem(current ? current->info : nullptr, type, indent);
   state_.emplace<List>(std::move(info), attributes);
   tellObserver();
 }

@@ -106,7 +106,9 @@ bool JSONReader::fail(DecodingFault fault) {
 }
 
 void JSONReader::skipBlanks() {
-  while (position_ != end_ && (*position_ == ' ' || *position_ == '\n' || *position_ == '\r' || *position_ == '\t')) {
+  // Mostly there is none, which one comparison tells.
+  while (position_ != end_ && static_cast<unsigned char>(*position_) <= ' ') {
+    if (*position_ != ' ' && *position_ != '\n' && *position_ != '\r' && *position_ != '\t') return;
     ++position_;
   }
 }

@@ -19,11 +19,22 @@ const lineAttributes = [
   { align: 'center' },
 ];
 
+// Lines of one format come in runs, as people write them.
+let format = lineAttributes[0];
+let remaining = 0;
+function nextFormat() {
+  if (remaining-- <= 0) {
+    format = lineAttributes[random(lineAttributes.length)];
+    remaining = random(8);
+  }
+  return format;
+}
+
 // A line of text with a run in bold or a link now and then, ended by a separator with attributes of its own.
 function styledLine() {
   const ops = [{ insert: text(5) + ' ' }, { insert: text(2), attributes: { bold: true } }];
   if (random(10) === 0) ops.push({ insert: text(1), attributes: { link: `https://example.com/${random(1e6)}` } });
-  ops.push({ insert: '\n', attributes: lineAttributes[random(lineAttributes.length)] });
+  ops.push({ insert: '\n', attributes: nextFormat() });
   return ops;
 }
 
