@@ -50,16 +50,18 @@ Attributes::Attribute Attributes::Attribute::list(ListType type) {
   return {"list", {}};
 }
 
-Attributes::Attributes(std::vector<Attribute> attributes) : Attributes(valuesOf(std::move(attributes))) {}
+Attributes::Attributes(std::vector<Attribute> attributes) : Attributes(of(valuesOf(std::move(attributes)))) {}
 
-Attributes::Attributes(AnyJSON::Object values) {
-  if (values.empty()) return;
+Attributes Attributes::of(AnyJSON::Object values) {
+  Attributes attributes;
+  if (values.empty()) return attributes;
   auto record = std::make_shared<Record>();
   record->list = listType(find(values, "list"));
   record->header = wholeNumber(find(values, "header"));
   record->indent = wholeNumber(find(values, "indent"));
   record->values = std::move(values);
-  record_ = std::move(record);
+  attributes.record_ = std::move(record);
+  return attributes;
 }
 
 const AnyJSON::Object& Attributes::values() const {

@@ -30,7 +30,7 @@ class Attributes {
 
   /// Of equal names the last counts. An empty list gives empty attributes.
   explicit Attributes(std::vector<Attribute> attributes);
-  explicit Attributes(AnyJSON::Object values);
+  static Attributes of(AnyJSON::Object values);
 
   /// "ordered", "bullet", and "checked" or "unchecked" for a checklist. Any other value counts as none.
   std::optional<ListType> list() const { return record_ ? record_->list : std::nullopt; }

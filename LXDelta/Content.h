@@ -14,6 +14,8 @@ namespace lx {
 /// What an insert puts into a document: text in UTF-8, or something embedded such as {"image": address}.
 class Content {
  public:
+  /// Text without a character.
+  Content() = default;
   Content(std::string text) : value_(std::move(text)) {}
   Content(std::string_view text) : value_(std::string(text)) {}
   Content(const char* text) : value_(std::string(text)) {}
@@ -31,6 +33,9 @@ class Content {
 
   /// Makes the text longer; this must not be an embed.
   void append(std::string_view text) { std::get<std::string>(value_) += text; }
+
+  /// Makes it a text, empty at first, for the caller to fill.
+  std::string& resetText() { return value_.emplace<std::string>(); }
 
   friend bool operator==(const Content& a, const Content& b);
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <string>
 
 #include "LXDelta/Delta.h"
@@ -17,8 +18,10 @@ class RecentAttributes {
   std::optional<Attributes> pass(JSONReader& reader) {
     // An object says itself where it ends, so one that begins with all of a known text is that text.
     const std::string_view rest = reader.rest();
-    for (const auto& [text, attributes] : entries_) {
-      if (text.empty() || !rest.starts_with(text)) continue;
+    for (const auto& [text, tail, attributes] : entries_) {
+      // Tails differ more often than heads, and comparing them as numbers is quick.
+      if (text.empty() || text.size() > rest.size() || tailOf(rest.substr(0, text.size())) != tail) continue;
+      if (!rest.starts_with(text)) continue;
       reader.passKnownValue(text.size());
       return attributes;
     }
@@ -27,13 +30,26 @@ class RecentAttributes {
 
   void keep(std::string_view text, const Attributes& attributes) {
     constexpr std::size_t longest = 256;
-    if (text.size() > longest) return;
-    entries_[oldest_] = {std::string(text), attributes};
+    if (text.size() < sizeof(Tail) || text.size() > longest) return;
+    entries_[oldest_] = {std::string(text), tailOf(text), attributes};
     oldest_ = (oldest_ + 1) % entries_.size();
   }
 
  private:
-  std::array<std::pair<std::string, Attributes>, 16> entries_;
+  using Tail = std::uint64_t;
+  struct Entry {
+    std::string text;
+    Tail tail = 0;
+    Attributes attributes;
+  };
+
+  static Tail tailOf(std::string_view text) {
+    Tail tail = 0;
+    std::memcpy(&tail, text.data() + text.size() - sizeof tail, sizeof tail);
+    return tail;
+  }
+
+  std::array<Entry, 16> entries_;
   std::size_t oldest_ = 0;
 };
 
@@ -65,6 +81,7 @@ class DeltaReader {
       if (key == "ops") {
         isThere = true;
         operations_.clear();
+        index_ = 0;
         if (!readOperations()) return false;
       } else if (!reader_.skipValue()) {
         return false;
@@ -92,17 +109,20 @@ class DeltaReader {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
     if (*kind != Kind::object) return failInOperation("", DecodingFault::typeMismatch);
-    std::optional<Content> content;
+    reserve();
+    // Read in place: moving a text through several hands takes as long as reading it.
+    auto& insert = std::get<Operation::Insert>(operations_.emplace_back().value);
+    bool isInsert = false;
     std::optional<std::int64_t> retained;
     std::optional<std::int64_t> deleted;
-    std::optional<Attributes> attributes;
     reader_.beginObject();
     for (std::string_view key; reader_.nextMember(key);) {
       bool isRead = false;
       if (key == "insert") {
-        isRead = readContent(content);
+        isInsert = true;
+        isRead = readContent(insert.content);
       } else if (key == "attributes") {
-        isRead = readAttributes(attributes);
+        isRead = readAttributes(insert.attributes);
       } else if (key == "retain") {
         isRead = readLength(".retain", retained);
       } else if (key == "delete") {
@@ -113,32 +133,23 @@ class DeltaReader {
       if (!isRead) return false;
     }
     if (reader_.fault()) return false;
-    const int kinds = int{content.has_value()} + int{retained.has_value()} + int{deleted.has_value()};
+    const int kinds = int{isInsert} + int{retained.has_value()} + int{deleted.has_value()};
     if (kinds != 1) return failInOperation("", kinds == 0 ? DecodingFault::missing : DecodingFault::malformed);
-    reserve();
-    if (content) {
-      operations_.push_back({Operation::Insert{*std::move(content), std::move(attributes)}});
-    } else if (retained) {
-      operations_.push_back({Operation::Retain{*retained, std::move(attributes)}});
-    } else {
-      operations_.push_back({Operation::Delete{*deleted}});
-    }
+    auto& operation = operations_.back();
+    if (retained) operation = {Operation::Retain{*retained, std::move(insert.attributes)}};
+    if (deleted) operation = {Operation::Delete{*deleted}};
+    ++index_;
     return true;
   }
 
-  bool readContent(std::optional<Content>& out) {
+  bool readContent(Content& content) {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
-    if (*kind == Kind::string) {
-      std::string text;
-      if (!reader_.readString(text)) return false;
-      out.emplace(std::move(text));
-      return true;
-    }
+    if (*kind == Kind::string) return reader_.readString(content.resetText());
     if (*kind != Kind::object) return failInOperation(".insert", DecodingFault::typeMismatch);
     AnyJSON embed;
     if (!reader_.readAny(embed)) return false;
-    out.emplace(std::get<AnyJSON::Object>(std::move(embed.value)));
+    content = std::get<AnyJSON::Object>(std::move(embed.value));
     return true;
   }
 
@@ -164,8 +175,9 @@ class DeltaReader {
     const std::string_view text = reader_.rest();
     AnyJSON values;
     if (!reader_.readAny(values)) return false;
+    out.reset();
     if (auto* object = std::get_if<AnyJSON::Object>(&values.value)) {
-      out.emplace(std::move(*object));
+      out = Attributes::of(std::move(*object));
       recentAttributes_.keep(text.substr(0, text.size() - reader_.rest().size()), *out);
     }
     return true;
@@ -181,7 +193,7 @@ class DeltaReader {
   }
 
   std::string operationPath() const {
-    return isInside_ ? listPath_ + "[" + std::to_string(operations_.size()) + "]" : std::string();
+    return isInside_ ? listPath_ + "[" + std::to_string(index_) + "]" : std::string();
   }
 
   bool failInOperation(std::string_view member, DecodingFault fault) {
@@ -198,6 +210,7 @@ class DeltaReader {
   JSONReader reader_;
   RecentAttributes recentAttributes_;
   std::vector<Operation> operations_;
+  std::size_t index_ = 0;  // of the operation that is being read
   std::string listPath_;
   bool isInside_ = false;  // of the list of operations
   std::string path_;

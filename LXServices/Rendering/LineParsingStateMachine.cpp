@@ -44,20 +44,25 @@ SharedList withItem(SharedList info, ListType type, std::int64_t indent) {
 LineParsingStateMachine::LineParsingStateMachine(std::weak_ptr<LineParsingStateMachineObserverProtocol> observer)
     : observer_(std::move(observer)) {}
 
-void LineParsingStateMachine::body(const Attributes& attributes) { enter(Body{attributes}); }
+void LineParsingStateMachine::body(const Attributes& attributes) {
+  state_.emplace<Body>(attributes);
+  tellObserver();
+}
 
 void LineParsingStateMachine::header(std::int64_t level, const Attributes& attributes) {
-  enter(Header{level, attributes});
+  state_.emplace<Header>(level, attributes);
+  tellObserver();
 }
 
 void LineParsingStateMachine::list(Attributes::ListType type, const Attributes& attributes) {
   const auto indent = std::clamp(attributes.indent().value_or(0), -deepestIndent, deepestIndent);
   const auto* current = std::get_if<List>(&state_);
-  enter(List{withItem(current ? current->info : ListInfo::make(indent), type, indent), attributes});
+  auto info = withItem(current ? current->info : ListInfo::make(indent), type, indent);
+  state_.emplace<List>(std::move(info), attributes);
+  tellObserver();
 }
 
-void LineParsingStateMachine::enter(State state) {
-  state_ = std::move(state);
+void LineParsingStateMachine::tellObserver() const {
   if (const auto observer = observer_.lock()) observer->stateMachineDidHandleLine(*this);
 }
 

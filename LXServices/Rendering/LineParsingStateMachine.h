@@ -50,7 +50,7 @@ class LineParsingStateMachine {
   void list(Attributes::ListType type, const Attributes& attributes);
 
  private:
-  void enter(State state);
+  void tellObserver() const;
 
   State state_;
   std::weak_ptr<LineParsingStateMachineObserverProtocol> observer_;

@@ -7,15 +7,11 @@ namespace {
 
 using Machine = LineParsingStateMachine;
 
-LineInfo lineInfo(LineType type, const Attributes& attributes) {
-  return {std::move(type), attributes.indent().value_or(0), attributes};
-}
-
 }  // namespace
 
 void LineParsingStateMachineObserver::stateMachineDidHandleLine(const LineParsingStateMachine& stateMachine) {
   const auto note = [this](LineType type, const Attributes& attributes) {
-    linesInfo.insertOrAssign(lineIndex, lineInfo(std::move(type), attributes));
+    linesInfo.insertOrAssign(lineIndex, std::move(type), attributes);
   };
   std::visit(Overloaded{
                  [](const Machine::Initial&) {},

@@ -44,15 +44,20 @@ class LinesInfo {
                                                                          : nullptr;
   }
 
-  /// `index` is that of a known line, or the one after the last; others are ignored.
-  void insertOrAssign(std::int64_t index, LineInfo line) {
+  /// Notes a line with the indent that its attributes give. `index` is that of a known line, or the one after the last;
+  /// others are ignored.
+  void insertOrAssign(std::int64_t index, LineType type, const Attributes& attributes) {
     const auto place = static_cast<std::size_t>(index);
+    const auto indent = attributes.indent().value_or(0);
     if (place == lines_.size()) {
-      lines_.push_back(std::move(line));
-    } else if (index >= 0 && place < lines_.size()) {
-      lines_[place] = std::move(line);
+      lines_.emplace_back(std::move(type), indent, attributes);
+    } else if (place < lines_.size()) {
+      lines_[place] = {std::move(type), indent, attributes};
     }
   }
+
+  /// Makes room for as many lines.
+  void reserve(std::size_t count) { lines_.reserve(count); }
 
  private:
   std::vector<LineInfo> lines_;

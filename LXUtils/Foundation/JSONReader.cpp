@@ -1,11 +1,16 @@
 #include "LXUtils/Foundation/JSONReader.h"
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include "LXUtils/Foundation/UTF8.h"
 
@@ -18,24 +23,70 @@ constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 constexpr bool isPlain(char c) { return static_cast<signed char>(c) >= 0x20 && c != '"' && c != '\\'; }
 
+#ifdef __SSE2__
+constexpr std::ptrdiff_t block = 16;
+
+/// A bit, from the lowest on, for each byte of the block that is not plain.
+unsigned specialBytes(const char* text) {
+  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+  // As signed numbers, bytes outside ASCII are below the control characters' end, too.
+  const __m128i special =
+      _mm_or_si128(_mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)),
+                   _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')), _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'))));
+  return static_cast<unsigned>(_mm_movemask_epi8(special));
+}
+#endif
+
 /// The first byte that is not plain text: a quote, a backslash, a control character or the lead of a longer sequence.
 const char* endOfPlainText(const char* text, const char* end) {
-  if constexpr (std::endian::native == std::endian::little) {
-    constexpr std::uint64_t ones = 0x0101010101010101;
-    constexpr std::uint64_t tops = 0x80 * ones;
-    for (; end - text >= 8; text += 8) {
-      std::uint64_t word = 0;
-      std::memcpy(&word, text, sizeof word);
-      // A byte's top bit is set when the byte is special. Borrows can only add false ones above the first true one.
-      const std::uint64_t quote = word ^ ('"' * ones);
-      const std::uint64_t backslash = word ^ ('\\' * ones);
-      const std::uint64_t special =
-          ((quote - ones) & ~quote) | ((backslash - ones) & ~backslash) | ((word - ' ' * ones) & ~word) | word;
-      if ((special & tops) != 0) return text + std::countr_zero(special & tops) / 8;
-    }
+#ifdef __SSE2__
+  for (; end - text >= block; text += block) {
+    if (const unsigned special = specialBytes(text)) return text + std::countr_zero(special);
   }
+#endif
   while (text != end && isPlain(*text)) ++text;
   return text;
+}
+
+/// The end of the characters outside ASCII that the text begins with; null when one of them is no UTF-8.
+const char* endOfLongSequences(const char* text, const char* end) {
+  const auto isTail = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; };
+  while (text != end && static_cast<unsigned char>(*text) >= 0x80) {
+    const auto lead = static_cast<unsigned char>(*text);
+    // Two and three bytes without special bounds are what there is most of.
+    if (lead >= 0xC2 && lead <= 0xDF && end - text >= 2 && isTail(text[1])) {
+      text += 2;
+    } else if (lead >= 0xE1 && lead <= 0xEC && end - text >= 3 && isTail(text[1]) && isTail(text[2])) {
+      text += 3;
+    } else {
+      const std::size_t length = utf8SequenceLength({text, static_cast<std::size_t>(end - text)});
+      if (length == 0) return nullptr;
+      text += length;
+    }
+  }
+  return text;
+}
+
+/// The character that a backslash with this letter stands for; NUL for a letter without meaning.
+constexpr char shortEscape(char letter) {
+  switch (letter) {
+    case 'n':
+      return '\n';
+    case '"':
+    case '\\':
+    case '/':
+      return letter;
+    case 'b':
+      return '\b';
+    case 'f':
+      return '\f';
+    case 'r':
+      return '\r';
+    case 't':
+      return '\t';
+    default:
+      return '\0';
+  }
 }
 
 bool isWhole(double value) {
@@ -140,6 +191,7 @@ bool JSONReader::readString(std::string& out) {
   skipBlanks();
   if (position_ == end_ || *position_ != '"') return fail();
   const char* text = ++position_;
+  std::size_t nextGrowth = 1024;
   out.clear();
   while (true) {
     position_ = endOfPlainText(position_, end_);
@@ -150,23 +202,32 @@ bool JSONReader::readString(std::string& out) {
     }
     if (*position_ == '\\') {
       out.append(text, position_);
+      if (out.size() >= nextGrowth) nextGrowth = makeRoom(out);
       if (!readEscape(out)) return false;
       text = position_;
     } else {
-      const std::size_t length = static_cast<unsigned char>(*position_) < 0x20 ? 0 : utf8SequenceLength(rest());
-      if (length == 0) return fail();
-      position_ += length;
+      const char* const next = endOfLongSequences(position_, end_);
+      if (!next || next == position_) return fail();
+      position_ = next;
     }
   }
 }
 
+std::size_t JSONReader::makeRoom(std::string& out) const {
+  // A long text grows once, to its end, instead of being copied over and over. Where the quote found is an escaped one,
+  // this is called again, so the text at least doubles.
+  const auto left = static_cast<std::size_t>(end_ - position_);
+  const auto* quote = static_cast<const char*>(std::memchr(position_, '"', left));
+  const auto expected = quote ? static_cast<std::size_t>(quote - position_) : left;
+  const auto size = std::max(2 * out.size(), out.size() + expected);
+  out.reserve(size);
+  return size;
+}
+
 bool JSONReader::readEscape(std::string& out) {
-  constexpr std::string_view letters = "\"\\/bfnrt";
-  constexpr std::string_view meanings = "\"\\/\b\f\n\r\t";
   if (end_ - position_ < 2) return fail();
-  const char letter = position_[1];
-  if (const auto index = letters.find(letter); index != letters.npos) {
-    out += meanings[index];
+  if (const char meaning = shortEscape(position_[1])) {
+    out += meaning;
     position_ += 2;
     return true;
   }

@@ -62,6 +62,7 @@ class JSONReader {
   bool fail(DecodingFault fault = DecodingFault::malformed);
   bool begin(char bracket);
   bool next(char bracket);
+  std::size_t makeRoom(std::string& out) const;
   bool readEscape(std::string& out);
   bool readHex(char32_t& unit);
   bool readWord(std::string_view word);

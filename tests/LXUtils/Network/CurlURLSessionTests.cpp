@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "LXUtils/Logging/Logger.h"
 #include "LXUtils/Network/CurlURLSession.h"
 #include "LXUtils/Network/HTTPCookieStorage.h"
 
@@ -303,6 +304,37 @@ TEST(CurlURLSession, SendsConnectionsToOneAddressAndUsesNoProxyOfTheEnvironment)
 
   ASSERT_TRUE(result);
   EXPECT_THAT(server.requests().at(0).lines("Host"), ElementsAre("Host: api.lexiconia.test"));
+}
+
+struct RecordingSink final : LogSink {
+  void write(const LogRecord& record) override {
+    const std::lock_guard lock(mutex);
+    lines.emplace_back(record.message);
+  }
+  std::mutex mutex;
+  std::vector<std::string> lines;
+};
+
+TEST(CurlURLSession, TracesRequestsAndDescribesErrorsWithoutTheirSecrets) {
+  LoopbackServer server([](const Request& request) {
+    if (request.path.starts_with("/lost")) return Reply{"", Reply::Then::close};
+    return Reply{response("200 OK", "Set-Cookie: lxauth=secret\r\n", "secret")};
+  });
+  const auto sink = std::make_shared<RecordingSink>();
+  Logging::setSink(sink);
+  const auto session = CurlURLSession::make({.cookieStorage = std::make_shared<HTTPCookieStorage>()});
+  for (const auto path : {"/fine?access_token=secret", "/lost?code=secret", "/fine#secret"}) {
+    auto request = get(server.url(path));
+    request.headers.set(HTTPHeaderName::authorization, "Bearer secret");
+    const auto result = resultOf(session->send(request));
+    if (!result) sink->lines.push_back(result.error().description());
+  }
+  Logging::setSink(nullptr);
+
+  EXPECT_THAT(sink->lines, ElementsAre(HasSubstr("GET 127.0.0.1/fine -> 200, 6 bytes, "),
+                                       HasSubstr("GET 127.0.0.1/lost -> URLSessionError.connectionLost"),
+                                       HasSubstr("connection was lost"), HasSubstr("/fine -> 200")));
+  for (const auto& line : sink->lines) EXPECT_THAT(line, testing::Not(HasSubstr("secret")));
 }
 
 TEST(CurlURLSession, CancelsOneTransferAndLeavesTheOthers) {

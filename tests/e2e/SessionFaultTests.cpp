@@ -1,0 +1,132 @@
+#include <thread>
+
+#include "e2e/StackTest.h"
+
+namespace lx {
+namespace {
+
+using namespace std::chrono_literals;
+using Kind = URLSessionError::Kind;
+
+constexpr auto anyURL = "https://auth.lexiconia.com/v4/api/none";
+
+std::unique_ptr<DevBackend> backendWith(Scenario scenario) {
+  DevBackend::Options options;
+  options.scenario = std::move(scenario);
+  return std::move(*DevBackend::start(std::move(options)));
+}
+
+/// A relay in front that breaks nothing by itself.
+Scenario relayed() {
+  Scenario scenario;
+  scenario.connections = {{.effect = Relay::Slow{.bytesPerSecond = 100'000'000}}};
+  return scenario;
+}
+
+std::shared_ptr<CurlURLSession> sessionTo(const DevBackend& backend, std::string caFile) {
+  URLSessionConfiguration configuration;
+  configuration.timeout = 300ms;
+  configuration.caFile = std::move(caFile);
+  configuration.connectTo = backend.address();
+  return CurlURLSession::make(configuration);
+}
+
+std::optional<Kind> kindOf(const Result<NetworkResponse>& result) {
+  const auto* error = result ? nullptr : result.error().as<URLSessionError>();
+  return error ? std::optional(error->kind) : std::nullopt;
+}
+
+Result<NetworkResponse> send(CurlURLSession& session, HTTPMethod method, const char* url = anyURL) {
+  return await(session.send({method, *URL::make(url)}));
+}
+
+TEST(SessionFaults, OnlyTrustedCertificatesForTheVeryHostAreAccepted) {
+  const auto backend = backendWith({});
+  const auto stranger = backendWith({});
+  const auto session = sessionTo(*backend, backend->caFile());
+
+  EXPECT_EQ(send(*session, HTTPMethod::get)->statusCode, 404);
+  EXPECT_EQ(kindOf(send(*session, HTTPMethod::get, "https://lexiconia.example/")), Kind::secureConnectionFailed);
+  for (const auto& caFile : {stranger->caFile(), std::string("/dev/null/none.pem")}) {
+    EXPECT_EQ(kindOf(send(*sessionTo(*backend, caFile), HTTPMethod::get)), Kind::secureConnectionFailed);
+  }
+  EXPECT_EQ(backend->journal().count(), 1u);
+}
+
+TEST(SessionFaults, AHandshakeThatBreaksIsToldFromOneThatFails) {
+  const std::vector<std::pair<Relay::Rule, Kind>> cases = {
+      {{.effect = Relay::Cut{}, .offset = 0}, Kind::connectionLost},
+      {{.effect = Relay::Reset{}, .offset = 100}, Kind::connectionLost},
+      {{.effect = Relay::Cut{}, .offset = 700}, Kind::connectionLost},
+      {{.effect = Relay::Corrupt{}, .offset = 20}, Kind::secureConnectionFailed},
+      {{.effect = Relay::Stall{}, .offset = 0}, Kind::timedOut},
+      {{.effect = Relay::Stall{}, .direction = Relay::Direction::toServer, .offset = 10}, Kind::timedOut},
+  };
+  for (std::size_t i = 0; i < cases.size(); ++i) {
+    Scenario scenario;
+    scenario.connections = {cases[i].first};
+    const auto backend = backendWith(std::move(scenario));
+    EXPECT_EQ(kindOf(send(*sessionTo(*backend, backend->caFile()), HTTPMethod::get)), cases[i].second) << "case " << i;
+    EXPECT_EQ(backend->journal().count(), 0u);
+  }
+}
+
+TEST(SessionFaults, AKeptConnectionThatBreaksUnderAPostEndsItOnceAndTheNextRequestHasANewOne) {
+  const std::vector<std::pair<Relay::Effect, Kind>> cases = {{Relay::Corrupt{}, Kind::connectionLost},
+                                                             {Relay::Stall{}, Kind::timedOut}};
+  for (std::size_t i = 0; i < cases.size(); ++i) {
+    SCOPED_TRACE(i);
+    const auto backend = backendWith(relayed());
+    const auto session = sessionTo(*backend, backend->caFile());
+    ASSERT_TRUE(send(*session, HTTPMethod::post));
+    ASSERT_TRUE(send(*session, HTTPMethod::post));
+    EXPECT_EQ(backend->relay()->connectionCount(), 1);
+
+    backend->relay()->disrupt(cases[i].first);
+    EXPECT_EQ(kindOf(send(*session, HTTPMethod::post)), cases[i].second);
+    EXPECT_EQ(backend->journal().count(), 3u);
+    EXPECT_TRUE(send(*session, HTTPMethod::post));
+  }
+}
+
+TEST(SessionFaults, AConnectionThatBrokeWhileIdleIsNotUsedAgain) {
+  for (const Relay::Effect& effect : {Relay::Effect(Relay::Cut{}), Relay::Effect(Relay::Reset{})}) {
+    const auto backend = backendWith(relayed());
+    const auto session = sessionTo(*backend, backend->caFile());
+    ASSERT_TRUE(send(*session, HTTPMethod::post));
+    backend->relay()->disrupt(effect);
+    while (backend->relay()->openConnections() > 0) std::this_thread::yield();
+    EXPECT_TRUE(send(*session, HTTPMethod::post));
+    EXPECT_EQ(backend->journal().count(), 2u);
+  }
+}
+
+TEST(SessionFaults, EachFaultOfTheBackendIsOneErrorAndLeavesTheOthersAlone) {
+  const std::vector<std::pair<Fault::Effect, Kind>> cases = {
+      {Fault::Drop{}, Kind::connectionLost},
+      {Fault::Drop{.processed = true}, Kind::connectionLost},
+      {Fault::DropInBody{.bytes = 3}, Kind::connectionLost},
+      {Fault::Truncated{.missing = 10}, Kind::connectionLost},
+      {Fault::Garbage{.bytes = "garbage\r\n\r\n"}, Kind::badServerResponse},
+      {Fault::Oversized{.bytes = 2000}, Kind::bodyTooLarge},
+      {Fault::Oversized{.bytes = 2000, .chunked = true}, Kind::bodyTooLarge},
+      {Fault::Slow{.bytes = 1, .interval = 50ms}, Kind::timedOut},
+  };
+  const auto backend = backendWith({});
+  URLSessionConfiguration configuration;
+  configuration.timeout = 300ms;
+  configuration.maximumBodySize = 1000;
+  configuration.caFile = backend->caFile();
+  configuration.connectTo = backend->address();
+  const auto session = CurlURLSession::make(configuration);
+  for (std::size_t i = 0; i < cases.size(); ++i) {
+    backend->addFault("/v4/api/none", Fault{.effect = cases[i].first});
+    const auto other = session->send({HTTPMethod::get, *URL::make("https://auth.lexiconia.com/v4/api/nothing")});
+    EXPECT_EQ(kindOf(send(*session, HTTPMethod::post)), cases[i].second) << "case " << i;
+    EXPECT_TRUE(await(other)) << "case " << i;
+  }
+  EXPECT_EQ(backend->journal().count("/v4/api/none"), cases.size());
+}
+
+}  // namespace
+}  // namespace lx
