@@ -222,7 +222,7 @@ const FaultCase faultCases[] = {
      .errors = {late},
      .isAboutTime = true},
     {.name = "Slow",
-     .effect = [](const Endpoint&) { return Fault::Slow{.bytes = 1, .interval = limit}; },
+     .effect = [](const Endpoint&) { return Fault::Slow{.bytes = 1, .interval = 10 * limit}; },
      .errors = {late},
      .isAboutTime = true},
     {.name = "WrongType",
