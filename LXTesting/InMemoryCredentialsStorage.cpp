@@ -5,7 +5,7 @@
 namespace lx {
 
 template <class Member>
-Result<Member> InMemoryCredentialsStorage::load(Member Records::*member) const {
+Result<Member> InMemoryCredentialsStorage::load(Member Records::* member) const {
   return state_.withLock([&](const State& state) -> Result<Member> {
     if (state.loadError) return fail(*state.loadError);
     return state.records.*member;
@@ -13,7 +13,7 @@ Result<Member> InMemoryCredentialsStorage::load(Member Records::*member) const {
 }
 
 template <class Member>
-Result<void> InMemoryCredentialsStorage::store(Member Records::*member, const Member& value) {
+Result<void> InMemoryCredentialsStorage::store(Member Records::* member, const Member& value) {
   return state_.withLock([&](State& state) -> Result<void> {
     if (state.storeError) return fail(*state.storeError);
     state.records.*member = value;

@@ -52,9 +52,9 @@ class InMemoryCredentialsStorage final : public AuthCredentialsStorage {
   };
 
   template <class Member>
-  Result<Member> load(Member Records::*member) const;
+  Result<Member> load(Member Records::* member) const;
   template <class Member>
-  Result<void> store(Member Records::*member, const Member& value);
+  Result<void> store(Member Records::* member, const Member& value);
 
   Protected<State> state_;
 };

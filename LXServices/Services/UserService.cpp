@@ -89,10 +89,11 @@ Task<OrAnonymousService::Answer> OrAnonymousServiceImpl::auth() {
                                     HTTPContentType::jsonWithUTF8))
       .decode(analyzeAuthResponse())
       .decode(&OrAnonymousResponse::make)
-      .map([](const OrAnonymousResponse& response) {
-             return Answer(response.userModel, response.authData, response.deviceAuthData);
-           },
-           OperationQueue::main());
+      .map(
+          [](const OrAnonymousResponse& response) {
+            return Answer(response.userModel, response.authData, response.deviceAuthData);
+          },
+          OperationQueue::main());
 }
 
 }  // namespace lx

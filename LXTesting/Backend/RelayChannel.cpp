@@ -11,15 +11,14 @@ namespace lx::backend {
 
 namespace {
 
-constexpr std::size_t bufferBound = 64 * 1024;
+constexpr std::size_t bufferBound = std::size_t{64} * 1024;
 
 bool wouldBlock() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
 
 }  // namespace
 
 void RelayChannel::addRule(const Relay::Rule& rule) {
-  const auto after = std::upper_bound(rules_.begin(), rules_.end(), rule.offset,
-                                      [](std::uint64_t offset, const Relay::Rule& r) { return offset < r.offset; });
+  const auto after = std::ranges::upper_bound(rules_, rule.offset, {}, &Relay::Rule::offset);
   rules_.insert(after, rule);
 }
 
@@ -86,7 +85,7 @@ RelayChannel::Verdict RelayChannel::move(const Descriptor& source, const Descrip
 }
 
 RelayChannel::Verdict RelayChannel::read(const Descriptor& source) {
-  std::array<char, 16 * 1024> chunk;
+  std::array<char, std::size_t{16} * 1024> chunk;
   while (wantsToRead()) {
     const auto count = ::recv(source.get(), chunk.data(), chunk.size(), 0);
     if (count < 0) return wouldBlock() || errno == ENOTCONN ? Verdict::goOn : Verdict::reset;

@@ -30,8 +30,7 @@ void Router::add(const std::string& method, const std::string& path, Route route
 const Router::Methods* Router::methodsOf(const std::string& path) const {
   const auto exact = routes_.find(path);
   if (exact != routes_.end()) return &exact->second;
-  const auto fitting =
-      std::find_if(patterns_.begin(), patterns_.end(), [&](const auto& entry) { return fits(path, entry.first); });
+  const auto fitting = std::ranges::find_if(patterns_, [&](const auto& entry) { return fits(path, entry.first); });
   return fitting == patterns_.end() ? nullptr : &fitting->second;
 }
 

@@ -84,7 +84,7 @@ ServerResponse missing(std::string_view name) {
 
 /// The first parameter of an authorization request that is not as it must be.
 std::optional<std::string_view> wrongParameter(const FormFields& parameters) {
-  for (const auto name : {"code_challenge", "client_id", "redirect_uri", "state"}) {
+  for (const auto* name : {"code_challenge", "client_id", "redirect_uri", "state"}) {
     if (fieldValue(parameters, name).value_or("").empty()) return name;
   }
   constexpr std::array<std::pair<std::string_view, std::string_view>, 3> fixed{
@@ -134,7 +134,7 @@ ServerResponse authorize(World& world, const ServerRequest& request) {
 
 ServerResponse showSessionPage(const World& world, const ServerRequest& request) {
   const auto parameters = formFields(request.query);
-  for (const auto name : {"code_challenge", "client_id"}) {
+  for (const auto* name : {"code_challenge", "client_id"}) {
     if (fieldValue(parameters, name).value_or("").empty()) return missing(name);
   }
   return page(world, request, parameters,

@@ -11,9 +11,15 @@ namespace lx::backend {
 
 namespace {
 
-constexpr std::size_t bufferSize = 16 * 1024;
+constexpr std::size_t bufferSize = std::size_t{16} * 1024;
 constexpr int idleMilliseconds = 60'000;
 constexpr int peerMilliseconds = 30'000;
+
+/// What an operation waits for that could not go on; 0 when waiting does not help.
+short eventsFor(int reason) {
+  if (reason == SSL_ERROR_WANT_READ) return POLLIN;
+  return reason == SSL_ERROR_WANT_WRITE ? POLLOUT : short{0};
+}
 
 }  // namespace
 
@@ -42,7 +48,7 @@ int TLSConnection::perform(const Operation& operation) {
     if (result > 0) return result;
     const int reason = SSL_get_error(ssl_, result);
     if (reason == SSL_ERROR_ZERO_RETURN) return 0;
-    const short events = reason == SSL_ERROR_WANT_READ ? POLLIN : reason == SSL_ERROR_WANT_WRITE ? POLLOUT : short{0};
+    const short events = eventsFor(reason);
     if (events == 0 || !waitFor(events, peerMilliseconds)) return -1;
   }
   return -1;

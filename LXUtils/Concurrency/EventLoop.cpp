@@ -1,7 +1,3 @@
-#include <sys/epoll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -10,6 +6,10 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include "LXUtils/Concurrency/EventLoopInternal.h"
 #include "LXUtils/Concurrency/RuntimeInternal.h"

@@ -86,18 +86,21 @@ bool MainQueue::runUntil(const std::function<bool()>& done, std::chrono::millise
   const auto deadline = clock->steadyNow() + timeout;
   std::unique_lock lock(mutex_);
   while (true) {
+    // `done` is looked at without the lock, so that a wake during the look must be remembered.
+    const auto wakesBefore = wakes_;
     lock.unlock();
     const bool holds = done();
     lock.lock();
     if (holds) return true;
     if (clock->steadyNow() >= deadline) return false;
-    if (!runOne(lock)) changed_.wait_until(lock, deadline);
+    if (!runOne(lock)) changed_.wait_until(lock, deadline, [&] { return wakes_ != wakesBefore || !work_.empty(); });
   }
 }
 
 void MainQueue::wake() {
   // Taken, so that the notification cannot fall between the pump's look and its wait.
   const std::lock_guard lock(mutex_);
+  ++wakes_;
   changed_.notify_all();
 }
 

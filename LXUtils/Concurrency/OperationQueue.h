@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -36,7 +37,7 @@ class MainQueue final : public DispatchQueue {
 
   /// Pumps until `task` has completed and returns its result.
   template <class T>
-  Result<T> runUntil(Task<T> task) {
+  Result<T> runUntil(const Task<T>& task) {
     const auto done = std::make_shared<std::atomic<bool>>(false);
     task.finally([this, done](const Result<T>&) {
       *done = true;
@@ -58,6 +59,7 @@ class MainQueue final : public DispatchQueue {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<Work> work_;
+  std::uint64_t wakes_ = 0;
   std::atomic<bool> stopped_{false};
 };
 

@@ -145,8 +145,8 @@ class TaskState {
 ///
 /// Continuations run in the order in which they were attached: on the given queue, which is always enqueued to, or else
 /// where the task completes (on the attaching thread when it has completed already). Those that take a weak `target`
-/// call `f(target, ...)`. When the target is gone, a side effect is skipped and the result passes on; where the target's
-/// answer was needed, the resulting task is cancelled.
+/// call `f(target, ...)`. When the target is gone, a side effect is skipped and the result passes on; where the
+/// target's answer was needed, the resulting task is cancelled.
 ///
 /// Cancelling a task made by a continuation cancels the task it was made from, too.
 template <class T>
@@ -194,7 +194,8 @@ class Task {
   template <class Target, class F>
   auto then(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
     using U = typename detail::IsTask<detail::ValueAnswer<F, T, Target&>>::Value;
-    return chain<U>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
+    return chain<U>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
+                                                                                     Promise<U> promise) mutable {
       if (!result) return promise.complete(fail(result.error()));
       if (const auto alive = target.lock()) std::move(promise).follow(detail::applyValue(f, result, *alive));
     });
@@ -218,7 +219,8 @@ class Task {
   template <class Target, class F>
   auto map(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
     using U = detail::ValueAnswer<F, T, Target&>;
-    return chain<U>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
+    return chain<U>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
+                                                                                     Promise<U> promise) mutable {
       if (!result) return promise.complete(fail(result.error()));
       const auto alive = target.lock();
       if (!alive) return;
@@ -263,7 +265,8 @@ class Task {
 
   template <class Target, class F>
   Task catch_(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return chain<T>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<T> promise) mutable {
+    return chain<T>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
+                                                                                     Promise<T> promise) mutable {
       if (result) return promise.complete(result);
       if (const auto alive = target.lock()) std::move(promise).follow(f(*alive, result.error()));
     });
@@ -280,7 +283,7 @@ class Task {
 
   template <class Target, class F>
   Task success(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target, f = std::move(f)](const Result<T>& result) mutable {
+    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
       if (!result) return;
       if (const auto alive = target.lock()) detail::applyValue(f, result, *alive);
     });
@@ -295,7 +298,7 @@ class Task {
 
   template <class Target, class F>
   Task failure(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target, f = std::move(f)](const Result<T>& result) mutable {
+    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
       if (result) return;
       if (const auto alive = target.lock()) f(*alive, result.error());
     });
@@ -308,7 +311,7 @@ class Task {
 
   template <class Target, class F>
   Task finally(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target, f = std::move(f)](const Result<T>& result) mutable {
+    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
       if (const auto alive = target.lock()) f(*alive, result);
     });
   }
@@ -321,8 +324,8 @@ class Task {
 
   explicit Task(std::shared_ptr<detail::TaskState<T>> state) : state_(std::move(state)) {}
 
-  // A new task that `step(result, promise)` completes. A step that lets go of its promise cancels the new task. Once that
-  // is cancelled its step is not taken any more, unless the step is needed for what it does besides.
+  // A new task that `step(result, promise)` completes. A step that lets go of its promise cancels the new task. Once
+  // that is cancelled its step is not taken any more, unless the step is needed for what it does besides.
   template <class U, class Step>
   Task<U> chain(QueueRef queue, Step step, bool needsStep = false) const {
     Promise<U> promise;
@@ -338,14 +341,13 @@ class Task {
         });
       });
     } else {
-      state_->whenCompleted([needsStep, step = std::move(step),
-                             promise = std::move(promise)](const Result<T>& result) mutable {
-        if (needsStep || !promise.isCompleted()) step(result, std::move(promise));
-      });
+      state_->whenCompleted(
+          [needsStep, step = std::move(step), promise = std::move(promise)](const Result<T>& result) mutable {
+            if (needsStep || !promise.isCompleted()) step(result, std::move(promise));
+          });
     }
     return next;
   }
-
 
   template <class Effect>
   Task observe(QueueRef queue, Effect effect) const {
@@ -386,7 +388,7 @@ class Promise {
   void onCancel(std::move_only_function<void()> handler) { state_->onCancel(std::move(handler)); }
 
   /// Completes the task with the result of another; a cancel goes on to that one.
-  void follow(Task<T> other) && {
+  void follow(const Task<T>& other) && {
     state_->onCancel([upstream = std::weak_ptr(other.state_)] {
       if (const auto alive = upstream.lock()) alive->cancel();
     });

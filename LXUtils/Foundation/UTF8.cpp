@@ -26,22 +26,59 @@ std::size_t sequenceLength(unsigned char lead, const unsigned char* next) {
 
 }  // namespace
 
+std::size_t utf8SequenceLength(std::string_view text) {
+  if (text.empty()) return 0;
+  const auto lead = static_cast<unsigned char>(text[0]);
+  if (lead < 0x80) return 1;
+  unsigned char next[3] = {};
+  for (std::size_t k = 0; k < 3 && 1 + k < text.size(); ++k) next[k] = static_cast<unsigned char>(text[1 + k]);
+  return sequenceLength(lead, next);
+}
+
 bool isValidUTF8(std::string_view text) {
-  std::size_t i = 0;
-  while (i < text.size()) {
-    const auto lead = static_cast<unsigned char>(text[i]);
-    if (lead < 0x80) {
-      ++i;
-      continue;
-    }
-    unsigned char next[3] = {};
-    for (std::size_t k = 0; k < 3 && i + 1 + k < text.size(); ++k)
-      next[k] = static_cast<unsigned char>(text[i + 1 + k]);
-    const std::size_t length = sequenceLength(lead, next);
+  while (!text.empty()) {
+    const std::size_t length = utf8SequenceLength(text);
     if (length == 0) return false;
-    i += length;
+    text.remove_prefix(length);
   }
   return true;
+}
+
+void appendUTF8(std::string& out, char32_t codePoint) {
+  const auto tail = [codePoint](unsigned shift) { return static_cast<char>(0x80U | ((codePoint >> shift) & 0x3FU)); };
+  if (codePoint < 0x80) {
+    out += static_cast<char>(codePoint);
+  } else if (codePoint < 0x800) {
+    out += static_cast<char>(0xC0U | (codePoint >> 6U));
+    out += tail(0);
+  } else if (codePoint < 0x10000) {
+    out += static_cast<char>(0xE0U | (codePoint >> 12U));
+    out += tail(6);
+    out += tail(0);
+  } else {
+    out += static_cast<char>(0xF0U | (codePoint >> 18U));
+    out += tail(12);
+    out += tail(6);
+    out += tail(0);
+  }
+}
+
+std::size_t utf16Length(std::string_view text) {
+  // Each sequence is one unit, those of four bytes are two. Sums of a block fit into a byte, which lets the compiler
+  // count many bytes at once.
+  const auto units = [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return static_cast<unsigned char>(((byte & 0xC0U) != 0x80U) + (byte >= 0xF0U));
+  };
+  constexpr std::size_t block = 64;
+  std::size_t length = 0;
+  for (; text.size() >= block; text.remove_prefix(block)) {
+    unsigned char sum = 0;
+    for (std::size_t i = 0; i < block; ++i) sum = static_cast<unsigned char>(sum + units(text[i]));
+    length += sum;
+  }
+  for (const char c : text) length += units(c);
+  return length;
 }
 
 }  // namespace lx

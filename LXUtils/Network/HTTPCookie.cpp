@@ -33,7 +33,7 @@ std::string defaultPath(const URL& url) {
 
 /// Section 5.2.2; nothing for a value to be ignored. A negative or zero age is any time in the past.
 std::optional<Date> expiryAfter(std::string_view maxAge, Date now) {
-  if (maxAge.empty() || !std::all_of(maxAge.begin() + (maxAge.front() == '-'), maxAge.end(), isDigit))
+  if (maxAge.empty() || !std::ranges::all_of(maxAge.substr(maxAge.front() == '-' ? 1 : 0), isDigit))
     return std::nullopt;
   constexpr std::int64_t longest = 10'000'000'000;  // three hundred years, which no clock overflows
   std::int64_t seconds = 0;

@@ -14,18 +14,24 @@ auto named(std::string_view name) {
 }  // namespace
 
 bool equalIgnoringCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
-                                            [](char x, char y) { return x == y || lowered(x) == lowered(y); });
+  return a.size() == b.size() &&
+         std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return x == y || lowered(x) == lowered(y); });
 }
 
 std::string_view rawValue(HTTPMethod method) {
   switch (method) {
-    case HTTPMethod::get: return "GET";
-    case HTTPMethod::post: return "POST";
-    case HTTPMethod::put: return "PUT";
-    case HTTPMethod::delete_: return "DELETE";
-    case HTTPMethod::head: return "HEAD";
-    case HTTPMethod::patch: return "PATCH";
+    case HTTPMethod::get:
+      return "GET";
+    case HTTPMethod::post:
+      return "POST";
+    case HTTPMethod::put:
+      return "PUT";
+    case HTTPMethod::delete_:
+      return "DELETE";
+    case HTTPMethod::head:
+      return "HEAD";
+    case HTTPMethod::patch:
+      return "PATCH";
   }
   return "GET";
 }

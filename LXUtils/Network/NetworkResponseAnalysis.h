@@ -13,7 +13,8 @@
 namespace lx {
 
 /// Reads what a server says about its error; empty when the body does not say it in the expected form.
-using ErrorInfoDecoder = std::function<std::shared_ptr<const NetworkServiceServerErrorInfo>(std::span<const std::byte>)>;
+using ErrorInfoDecoder =
+    std::function<std::shared_ptr<const NetworkServiceServerErrorInfo>(std::span<const std::byte>)>;
 
 /// The decoder of an error-info record with a coding table.
 template <class Info>

@@ -85,12 +85,14 @@ Task<NetworkResponse> NetworkServiceImpl::startCall(URLRequest request, Attempt 
   promise.onCancel([self, request] {
     if (const auto alive = self.lock()) alive->endCall(request);
   });
-  (this->*attempt)(request,
-                   [end = CallEnd(self, request), promise = std::move(promise)](Result<NetworkResponse> result) mutable {
-                     // Ends before the caller hears of it.
-                     { const CallEnd now = std::move(end); }
-                     promise.complete(std::move(result));
-                   });
+  (this->*attempt)(
+      request, [end = CallEnd(self, request), promise = std::move(promise)](Result<NetworkResponse> result) mutable {
+        // Ends before the caller hears of it.
+        {
+          const CallEnd now = std::move(end);
+        }
+        promise.complete(std::move(result));
+      });
   return task;
 }
 

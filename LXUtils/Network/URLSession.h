@@ -9,16 +9,16 @@ namespace lx {
 /// Why no response arrived.
 struct URLSessionError {
   enum class Kind {
-    invalidRequest,      ///< no absolute http(s) URL, or a header with CR, LF or NUL: nothing was sent
+    invalidRequest,  ///< no absolute http(s) URL, or a header with CR, LF or NUL: nothing was sent
     cannotFindHost,
     cannotConnect,
     secureConnectionFailed,  ///< TLS: the handshake failed or the certificate is not trusted for the host
     timedOut,
-    connectionLost,      ///< cut while sending or receiving
-    badServerResponse,   ///< what came is not HTTP
-    bodyTooLarge,        ///< beyond the session's limit
+    connectionLost,     ///< cut while sending or receiving
+    badServerResponse,  ///< what came is not HTTP
+    bodyTooLarge,       ///< beyond the session's limit
     tooManyRedirects,
-    redirectRefused,     ///< from https to http, or to what is no URL
+    redirectRefused,  ///< from https to http, or to what is no URL
     other,
   };
   Kind kind = Kind::other;

@@ -76,6 +76,7 @@ class Grammar {
     addSignIn();
     addToken();
     addUser();
+    addRender();
   }
 
   CLI::App& app() { return app_; }
@@ -242,6 +243,18 @@ class Grammar {
     onRun(logout, [localOnly](const GlobalOptions& global, const Output& output) {
       return runLogout(global, output, *localOnly);
     });
+  }
+
+  void addRender() {
+    auto& render = add(app_, "render", "The lines and lists of a Delta document");
+    const auto options = std::make_shared<RenderOptions>();
+    render.add_option("file", options->file, "A Delta document in JSON, - for standard input")
+        ->required()
+        ->type_name("FILE");
+    render.add_flag("--html", options->html, "As a page of its own");
+    render.footer(
+        "Examples:\n  lx render notes.json\n  lx render --html notes.json > notes.html\n  lx render --json -");
+    onRun(render, [options](const GlobalOptions&, const Output& output) { return runRender(output, *options); });
   }
 
   CLI::App app_;

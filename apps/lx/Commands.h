@@ -59,6 +59,13 @@ Result<void> runUser(const GlobalOptions& global, const Output& output, const Us
 /// `localOnly`: forgets the sign-in without asking the backend.
 Result<void> runLogout(const GlobalOptions& global, const Output& output, bool localOnly);
 
+struct RenderOptions {
+  std::string file = {};  ///< standard input for "-"
+  bool html = false;
+};
+/// A Delta document for people, as a page, or with --json its lines and lists.
+Result<void> runRender(const Output& output, const RenderOptions& options);
+
 Result<void> runDemo(const Output& output);
 
 }  // namespace lx::tool

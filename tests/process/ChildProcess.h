@@ -61,9 +61,7 @@ class ChildProcess {
   }
 
   /// Asks the child to end, with SIGTERM.
-  void terminate() {
-    signal(SIGTERM);
-  }
+  void terminate() { signal(SIGTERM); }
 
   /// Waits until the child has written more, or has ended; false when that takes longer than `timeout`.
   bool hasOutput(std::chrono::nanoseconds timeout) const {

@@ -9,9 +9,7 @@
 
 namespace lx {
 
-bool OAuth2StateParam::operator==(const OAuth2StateParam& other) const {
-  return constantTimeEqual(value, other.value);
-}
+bool OAuth2StateParam::operator==(const OAuth2StateParam& other) const { return constantTimeEqual(value, other.value); }
 
 std::string AuthUtilityImpl::generateCodeVerifier(int length) const {
   return randomString(static_cast<std::size_t>(std::max(length, 0)), nonceCharacters);

@@ -42,9 +42,9 @@ Task<OAuthCodeGenerateResponse> OAuthServiceImpl::generateCode(const std::string
 Task<OAuthCodeExchangeResponse> OAuthServiceImpl::exchangeCode(const std::string& code, const std::string& codeVerifier,
                                                                const std::string& clientID) {
   return networkService_
-      ->authorizeAndLoad(requestFactory_.make(
-          "v3/api/unified-login/code/exchange",
-          ExchangeCodeRequest{.code = code, .codeVerifier = codeVerifier, .cliendID = clientID}))
+      ->authorizeAndLoad(
+          requestFactory_.make("v3/api/unified-login/code/exchange",
+                               ExchangeCodeRequest{.code = code, .codeVerifier = codeVerifier, .cliendID = clientID}))
       .decode(analyzeNetworkResponse())
       .decode(&OAuthCodeExchangeResponse::make);
 }

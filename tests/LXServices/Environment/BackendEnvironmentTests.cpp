@@ -245,10 +245,10 @@ TEST(LexiconiaUserActivity, IsReadFromItsExactTypeAlone) {
   EXPECT_EQ(fromRawValue<LexiconiaUserActivity>("com.lexiconia.keyboard.instructions.finish"),
             LexiconiaUserActivity::finishKeyboardInstallation);
   EXPECT_EQ(fromRawValue<LexiconiaUserActivity>("com.lexiconia.keyboard.instructions"), std::nullopt);
-  EXPECT_THAT(allCases<LexiconiaUserActivity>(),
-              ::testing::ElementsAre(LexiconiaUserActivity::documentHandoff,
-                                     LexiconiaUserActivity::finishKeyboardInstallation,
-                                     LexiconiaUserActivity::documentOpenInNewWindow));
+  EXPECT_THAT(
+      allCases<LexiconiaUserActivity>(),
+      ::testing::ElementsAre(LexiconiaUserActivity::documentHandoff, LexiconiaUserActivity::finishKeyboardInstallation,
+                             LexiconiaUserActivity::documentOpenInNewWindow));
   EXPECT_EQ(rawValue(LexiconiaUserActivity::documentOpenInNewWindow),
             "com.lexiconia.keyboard.document.multiwindow.open");
 }

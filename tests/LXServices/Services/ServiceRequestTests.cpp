@@ -1,13 +1,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Core/StackFixture.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/AnonymousServiceOAuth2.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/AuthServerErrorInfo.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/AuthenticationErrorInfo.h"
 #include "LXServices/Services/UnifiedSignin/AuthUtility.h"
 #include "LXServices/Services/UnifiedSignin/OAuthService.h"
 #include "LXServices/Services/UserService.h"
+
+#include "Core/StackFixture.h"
 
 namespace lx {
 namespace {
@@ -167,11 +168,11 @@ TEST(OAuthService, SendsTheRefererAndReadsCodeAndCookies) {
   const auto service = [](StackFixture& s) {
     return OAuthServiceImpl(s.builder.oauth2NetworkService(), s.environment);
   };
-  const auto generate = sent(makeResponse(200, R"({"redirect_uri":"https://w.test/cb?x=1&code=C%201"})"),
-                             [&](StackFixture& s) {
-                               const auto response = s.await(service(s).generateCode("H", "cid"));
-                               EXPECT_EQ(response->code(), "C 1");
-                             });
+  const auto generate =
+      sent(makeResponse(200, R"({"redirect_uri":"https://w.test/cb?x=1&code=C%201"})"), [&](StackFixture& s) {
+        const auto response = s.await(service(s).generateCode("H", "cid"));
+        EXPECT_EQ(response->code(), "C 1");
+      });
   EXPECT_EQ(bodyText(generate), R"({"code_challenge":"H","client_id":"cid"})");
   EXPECT_EQ(line(generate), std::string("POST /v3/api/unified-login/code/generate ") + json);
   EXPECT_EQ(header(generate, HTTPHeaderName::referer), testEnvironment()->origin() + "/signin/oauth");
@@ -198,12 +199,12 @@ TEST(UserServices, SendTheirRequests) {
   const auto v3 = [](StackFixture& s) { return UserServiceImpl(s.builder.oauth2NetworkService(), s.environment); };
   EXPECT_EQ(line(sent(makeResponse(200, userBody), [&](StackFixture& s) { s.await(v3(s).fetchUser()); })),
             "GET /v3/user (none)");
-  EXPECT_EQ(line(sent(makeResponse(200, userBody),
-                      [&](StackFixture& s) {
-                        s.await(v3(s).fetchUser(
-                            {{UserRequestQuery::Parameter::customField, UserRequestQuery::Value::role}}));
-                      })),
-            "GET /v3/user?field=frontend_role (none)");
+  EXPECT_EQ(
+      line(sent(makeResponse(200, userBody),
+                [&](StackFixture& s) {
+                  s.await(v3(s).fetchUser({{UserRequestQuery::Parameter::customField, UserRequestQuery::Value::role}}));
+                })),
+      "GET /v3/user?field=frontend_role (none)");
   EXPECT_EQ(line(sent(makeResponse(200, R"({"ok":true})"),
                       [&](StackFixture& s) { EXPECT_TRUE(s.await(v3(s).logout())->ok); })),
             "POST /v3/logout (none)");
@@ -235,8 +236,7 @@ TEST(UserServices, ReadUserAndCookies) {
 
   const auto auth = [](HTTPHeaders headers) {
     StackFixture stack(ScriptedURLSession::answering({makeResponse(200, userBody, std::move(headers))}));
-    return *stack.await(
-        OrAnonymousServiceImpl(stack.builder.oauth2LooseNetworkService(), *stack.environment).auth());
+    return *stack.await(OrAnonymousServiceImpl(stack.builder.oauth2LooseNetworkService(), *stack.environment).auth());
   };
   EXPECT_EQ(std::get<1>(auth(cookies({"csrf-token=C", "auth-policy=P"}))), std::nullopt);
   EXPECT_EQ(std::get<1>(auth(cookies({"csrf-token=C", "lxauth=L"}))), (UserAuthData{"L", "C", std::nullopt}));

@@ -1,10 +1,10 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <future>
 #include <thread>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "LXUtils/Concurrency/MulticastDelegate.h"
 #include "LXUtils/Concurrency/OperationQueue.h"
@@ -104,6 +104,23 @@ TEST(SystemClock, TimersFireInTheOrderOfTheirDeadlinesAndNotWhenCancelled) {
 
   EXPECT_TRUE(main->runUntil([&] { return fired.size() == 3; }, std::chrono::seconds(10)));
   EXPECT_THAT(fired, ElementsAre(1, 2, 3));
+}
+
+TEST(MainQueue, AWakeWhileTheConditionIsLookedAtIsNotLost) {
+  const auto main = MainQueue::shared();
+  std::atomic<bool> holds{false};
+  const auto start = Clock::system()->steadyNow();
+  EXPECT_TRUE(main->runUntil(
+      [&] {
+        if (holds) return true;
+        std::jthread([&] {
+          holds = true;
+          main->wake();
+        }).join();
+        return false;
+      },
+      std::chrono::seconds(20)));
+  EXPECT_LT(Clock::system()->steadyNow() - start, std::chrono::seconds(10));
 }
 
 TEST(MulticastDelegate, CallsLivingListenersInOrderAndAllowsChangesMeanwhile) {

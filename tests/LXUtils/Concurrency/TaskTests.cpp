@@ -1,12 +1,11 @@
-#include "LXUtils/Concurrency/Task.h"
+#include <string>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <string>
-#include <thread>
-
 #include "LXUtils/Concurrency/OperationQueue.h"
+#include "LXUtils/Concurrency/Task.h"
 
 namespace lx {
 namespace {
@@ -40,7 +39,8 @@ TEST(Task, TransformationsCarryTheValueAndSkipOverAnError) {
 
   EXPECT_EQ(first.result()->value(), "42!");
   EXPECT_TRUE(second.result()->error().is(Trouble{7}));
-  EXPECT_EQ(second.catch_([](const Error&) { return Task<std::string>::success("mended"); }).result()->value(), "mended");
+  EXPECT_EQ(second.catch_([](const Error&) { return Task<std::string>::success("mended"); }).result()->value(),
+            "mended");
 }
 
 TEST(Task, CompletesOnceAndTellsObserversInTheirOrder) {

@@ -48,8 +48,7 @@ class AnonymousServiceOAuth2Impl final : public AnonymousServiceOAuth2 {
 template <>
 struct Coding<AnonymousServiceOAuth2Impl::AnonymousTokenRequestBody> {
   using Body = AnonymousServiceOAuth2Impl::AnonymousTokenRequestBody;
-  static constexpr auto fields =
-      std::tuple{field("client_id", &Body::clientID), field("grant_type", &Body::grantType)};
+  static constexpr auto fields = std::tuple{field("client_id", &Body::clientID), field("grant_type", &Body::grantType)};
 };
 
 }  // namespace lx

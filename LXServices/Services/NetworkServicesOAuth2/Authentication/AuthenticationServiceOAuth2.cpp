@@ -42,10 +42,11 @@ AuthenticationServiceOAuth2Impl::socialSignonExchangeSocialToken(
       .decode(analyzeNetworkResponse(errorInfoDecoder<AuthenticationErrorInfo>()))
       .decode(&decodeData)
       .decode(&decodeJSONBody<OAuth2CredentialsNativeSignonResponse>)
-      .map([clock = clock_](const auto& response) {
-             return std::pair(OAuth2AuthDTO::make(response, clock->now()), response.action);
-           },
-           OperationQueue::main());
+      .map(
+          [clock = clock_](const auto& response) {
+            return std::pair(OAuth2AuthDTO::make(response, clock->now()), response.action);
+          },
+          OperationQueue::main());
 }
 
 }  // namespace lx

@@ -71,11 +71,10 @@ class AuthenticationServiceOAuth2Impl final : public AuthenticationServiceOAuth2
 template <>
 struct Coding<AuthenticationServiceOAuth2Impl::ExchangeCodeRequest> {
   using Body = AuthenticationServiceOAuth2Impl::ExchangeCodeRequest;
-  static constexpr auto fields = std::tuple{field("authorization_code", &Body::code),
-                                            field("code_verifier", &Body::codeVerifier),
-                                            field("client_id", &Body::clientID),
-                                            field("grant_type", &Body::grantType),
-                                            field("device_id", &Body::trustedDeviceID)};
+  static constexpr auto fields =
+      std::tuple{field("authorization_code", &Body::code), field("code_verifier", &Body::codeVerifier),
+                 field("client_id", &Body::clientID), field("grant_type", &Body::grantType),
+                 field("device_id", &Body::trustedDeviceID)};
 };
 
 }  // namespace lx

@@ -27,16 +27,15 @@ OAuth2NetworkingBuilderImpl::OAuth2NetworkingBuilderImpl(
     OAuth2CredentialsServiceImpl::Waiting waiting, std::shared_ptr<Clock> clock) {
   const auto main = OperationQueue::main();
 
-  headersProviderOAuth2_ = std::make_shared<HeadersProviderOAuth2Impl>(appService, backendEnvironment,
-                                                                       std::move(lexiconiaEnrollmentToken));
+  headersProviderOAuth2_ =
+      std::make_shared<HeadersProviderOAuth2Impl>(appService, backendEnvironment, std::move(lexiconiaEnrollmentToken));
   const auto looseAuthorizer = std::make_shared<LooseRequestAuthorizer>(headersProviderOAuth2_, Logger::oauth2);
   oauth2LooseNetworkService_ = NetworkServiceImpl::make(urlSession, looseAuthorizer, main, Logger::network);
   tokenRefreshServiceOAuth2_ =
       std::make_shared<TokenRefreshServiceOAuth2Impl>(backendEnvironment, oauth2LooseNetworkService_, clock);
   const auto backgroundExecutor = std::make_shared<BackgroundExecutorExtension>();
-  oauth2CredentialsService_ =
-      OAuth2CredentialsServiceImpl::make(authCredentialsStorage, tokenRefreshServiceOAuth2_, tokenRefreshLockFileURL,
-                                         backgroundExecutor, waiting, clock);
+  oauth2CredentialsService_ = OAuth2CredentialsServiceImpl::make(
+      authCredentialsStorage, tokenRefreshServiceOAuth2_, tokenRefreshLockFileURL, backgroundExecutor, waiting, clock);
   requestSignerOAuth2_ = std::make_shared<URLRequestSignerOAuth2Impl>(headersProviderOAuth2_);
   oauth2RequestAuthorizer_ = OAuth2RequestAuthorizer::make(oauth2CredentialsService_, requestSignerOAuth2_);
   oauth2NetworkService_ = NetworkServiceImpl::make(urlSession, oauth2RequestAuthorizer_, main, Logger::network);

@@ -44,24 +44,19 @@ class OAuth2NetworkingBuilderImpl final : public OAuth2NetworkingBuilder {
                               std::optional<std::string> lexiconiaEnrollmentToken,
                               std::shared_ptr<URLSession> urlSession,
                               std::shared_ptr<AuthCredentialsStorage> authCredentialsStorage,
-                              const URL& tokenRefreshLockFileURL,
-                              OAuth2CredentialsServiceImpl::Waiting waiting = {},
+                              const URL& tokenRefreshLockFileURL, OAuth2CredentialsServiceImpl::Waiting waiting = {},
                               std::shared_ptr<Clock> clock = Clock::system());
 
   std::shared_ptr<NetworkService> oauth2LooseNetworkService() const override { return oauth2LooseNetworkService_; }
   std::shared_ptr<NetworkService> oauth2NetworkService() const override { return oauth2NetworkService_; }
-  std::shared_ptr<OAuth2RequestAuthorizer> oauth2RequestAuthorizer() const override {
-    return oauth2RequestAuthorizer_;
-  }
+  std::shared_ptr<OAuth2RequestAuthorizer> oauth2RequestAuthorizer() const override { return oauth2RequestAuthorizer_; }
   std::shared_ptr<OAuth2CredentialsService> oauth2CredentialsService() const override {
     return oauth2CredentialsService_;
   }
   std::shared_ptr<SilentAuthorizationManagerOAuth2> silentAuthorizationManager() const override {
     return silentAuthorizationManager_;
   }
-  std::shared_ptr<TokenRefreshServiceOAuth2> tokenRefreshService() const override {
-    return tokenRefreshServiceOAuth2_;
-  }
+  std::shared_ptr<TokenRefreshServiceOAuth2> tokenRefreshService() const override { return tokenRefreshServiceOAuth2_; }
   std::shared_ptr<AuthenticationServiceOAuth2> authenticationService() const override {
     return authenticationServiceOAuth2_;
   }

@@ -63,30 +63,30 @@ void RequestRetrierImpl::requestDidEnd(const URLRequest& request) { retryPolicy_
 void RequestRetrierImpl::carryOut(RetryAction action, const QueueRef& queue, URLRequest request,
                                   Completion<NetworkResponse> completion) {
   const auto collaborators = collaborators_.withLock([](const auto& current) { return current; });
-  std::visit(Overloaded{
-                 [&](const RetryAction::RefreshCredentialsAndRetry& refresh) {
-                   clock_->after(delayOf(refresh.descriptor), queue,
-                                 [collaborators, queue, request = std::move(request),
-                                  completion = std::move(completion)]() mutable {
-                                   const auto refresher = collaborators.credentialsRefresher.lock();
-                                   if (!refresher || isAbandoned(request)) return;
-                                   refreshThenSend(*refresher, collaborators.networkService, queue, std::move(request),
-                                                   std::move(completion));
-                                 });
-                 },
-                 [&](const RetryAction::Retry& retry) {
-                   clock_->after(delayOf(retry.descriptor), queue,
-                                 [collaborators, request = std::move(request),
-                                  completion = std::move(completion)]() mutable {
-                                   const auto service = collaborators.networkService.lock();
-                                   if (!service || isAbandoned(request)) return;
-                                   service->load(std::move(request), std::move(completion));
-                                 });
-                 },
-                 [&](RetryAction::GiveResponseBack& response) { completion(std::move(response.response)); },
-                 [&](RetryAction::GiveErrorBack& error) { completion(fail(std::move(error.error))); },
-             },
-             action.outcome);
+  std::visit(
+      Overloaded{
+          [&](const RetryAction::RefreshCredentialsAndRetry& refresh) {
+            clock_->after(
+                delayOf(refresh.descriptor), queue,
+                [collaborators, queue, request = std::move(request), completion = std::move(completion)]() mutable {
+                  const auto refresher = collaborators.credentialsRefresher.lock();
+                  if (!refresher || isAbandoned(request)) return;
+                  refreshThenSend(*refresher, collaborators.networkService, queue, std::move(request),
+                                  std::move(completion));
+                });
+          },
+          [&](const RetryAction::Retry& retry) {
+            clock_->after(delayOf(retry.descriptor), queue,
+                          [collaborators, request = std::move(request), completion = std::move(completion)]() mutable {
+                            const auto service = collaborators.networkService.lock();
+                            if (!service || isAbandoned(request)) return;
+                            service->load(std::move(request), std::move(completion));
+                          });
+          },
+          [&](RetryAction::GiveResponseBack& response) { completion(std::move(response.response)); },
+          [&](RetryAction::GiveErrorBack& error) { completion(fail(std::move(error.error))); },
+      },
+      action.outcome);
 }
 
 void RequestRetrierImpl::logRetry(const RetryAction& action, LogSite site) const {
@@ -96,7 +96,8 @@ void RequestRetrierImpl::logRetry(const RetryAction& action, LogSite site) const
                    logger_.log(1, "Refreshing the credentials before the request is sent again", site);
                  },
                  [&](const RetryAction::Retry& retry) {
-                   logger_.log(1, "Sending the request again, attempt " + std::to_string(retry.descriptor.attempt), site);
+                   logger_.log(1, "Sending the request again, attempt " + std::to_string(retry.descriptor.attempt),
+                               site);
                  },
                  [](const auto&) {},
              },

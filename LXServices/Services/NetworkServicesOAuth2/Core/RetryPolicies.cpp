@@ -11,8 +11,7 @@ namespace {
 
 // Every transport error is treated alike.
 RetryAction retryAfterError(RetryProgressionManager& manager, const URLRequest& request, const Error& error) {
-  if (const auto descriptor =
-          manager.nextRetryDescription(request, &RetryProgression::makeStandardOAuth2Progression)) {
+  if (const auto descriptor = manager.nextRetryDescription(request, &RetryProgression::makeStandardOAuth2Progression)) {
     return {RetryAction::Retry{*descriptor}};
   }
   manager.resetRetryProgression(request);

@@ -15,10 +15,14 @@ RetryProgression RetryProgression::makeSingleItemProgression(double delay) { ret
 
 RetryProgression RetryProgression::make(NetworkError error) {
   switch (error) {
-    case NetworkError::unauthorized: return makeSingleItemProgression(0);
-    case NetworkError::requestTimeout: return makeSingleItemProgression(1);
-    case NetworkError::tooManyRequests: return makeTooManyRequestsProgression();
-    case NetworkError::serverError: return makeStandardOAuth2Progression();
+    case NetworkError::unauthorized:
+      return makeSingleItemProgression(0);
+    case NetworkError::requestTimeout:
+      return makeSingleItemProgression(1);
+    case NetworkError::tooManyRequests:
+      return makeTooManyRequestsProgression();
+    case NetworkError::serverError:
+      return makeStandardOAuth2Progression();
   }
   return RetryProgression(std::vector<double>{});
 }

@@ -29,8 +29,7 @@ const HTTPHeaders& StandardHeaders::common() const {
 
 void StandardHeaders::attachEnrollment(HTTPHeaders& headers) const {
   if (!lexiconiaEnrollmentToken_) return;
-  headers.set(HTTPHeaderName::lexiconiaAuthPolicy,
-              HTTPHeaderKnownValues::enrollmentToken(*lexiconiaEnrollmentToken_));
+  headers.set(HTTPHeaderName::lexiconiaAuthPolicy, HTTPHeaderKnownValues::enrollmentToken(*lexiconiaEnrollmentToken_));
 }
 
 }  // namespace lx

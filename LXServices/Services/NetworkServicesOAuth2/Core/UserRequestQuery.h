@@ -12,14 +12,16 @@ struct UserRequestQuery {
 
 constexpr std::string_view rawValue(UserRequestQuery::Parameter parameter) {
   switch (parameter) {
-    case UserRequestQuery::Parameter::customField: return "field";
+    case UserRequestQuery::Parameter::customField:
+      return "field";
   }
   return {};
 }
 
 constexpr std::string_view rawValue(UserRequestQuery::Value value) {
   switch (value) {
-    case UserRequestQuery::Value::role: return "frontend_role";
+    case UserRequestQuery::Value::role:
+      return "frontend_role";
   }
   return {};
 }

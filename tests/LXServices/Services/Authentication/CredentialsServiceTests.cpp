@@ -1,8 +1,8 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "CredentialsStack.h"
 
@@ -17,7 +17,9 @@ using ::testing::StartsWith;
 
 class CredentialsService : public ::testing::Test {
  protected:
-  void SetUp() override { Logging::setSink({&stack.events, [](LogSink*) {}}, 2); }
+  void SetUp() override {
+    Logging::setSink({&stack.events, [](LogSink*) {}}, 2);
+  }
   void TearDown() override { Logging::setSink(nullptr); }
 
   // The events of the kinds that start so, in their order.
@@ -81,10 +83,10 @@ TEST_F(CredentialsService, AForcedRefreshIgnoresTheExpiryAndACompletionMayCallBa
 }
 
 TEST_F(CredentialsService, OnlyAnInvalidRefreshTokenEndsTheSignIn) {
-  const std::vector<Error> harmless = {CredentialsStack::serverError(500, "Invalid refresh token"),
-                                       CredentialsStack::serverError(401, "invalid refresh token"),
-                                       NetworkServiceError{NetworkServiceError::ServerError{makeResponse(401), nullptr}},
-                                       TaskError::cancelled};
+  const std::vector<Error> harmless = {
+      CredentialsStack::serverError(500, "Invalid refresh token"),
+      CredentialsStack::serverError(401, "invalid refresh token"),
+      NetworkServiceError{NetworkServiceError::ServerError{makeResponse(401), nullptr}}, TaskError::cancelled};
   stack.keepExpiring();
   for (std::size_t i = 0; i < harmless.size(); ++i) {
     stack.get(std::to_string(i));
@@ -118,8 +120,9 @@ TEST_F(CredentialsService, WithoutFallbackTheCallersFailAndTheLogoutIsAskedForOn
     EXPECT_EQ(stack.events.count("logout"), i + 1);
     EXPECT_EQ(events({"exchange"}).size(), 0U);
   }
-  EXPECT_THAT(events({"log"}),
-              Contains(AllOf(StartsWith("log4 Logout user due to Invalid refresh token: "), HasSubstr("401"))).Times(4));
+  EXPECT_THAT(
+      events({"log"}),
+      Contains(AllOf(StartsWith("log4 Logout user due to Invalid refresh token: "), HasSubstr("401"))).Times(4));
   EXPECT_EQ(storedToken(), "access-old");
 }
 
@@ -187,10 +190,10 @@ TEST_F(CredentialsService, RevokingCancelsTheRefreshForGood) {
 
   EXPECT_TRUE(revoked.result()->has_value());
   EXPECT_EQ(stack.events.count("revoke refresh-old"), 1U);
-  EXPECT_THAT(events({"get", "refresh", "log"}),
-              ElementsAre("log2 Did cancel ongoing token refresh",
-                          "get caller OAuth2Error.credentialsRefreshWasCancelled",
-                          "refresh caller OAuth2Error.credentialsRefreshWasCancelled", "get next access-next"));
+  EXPECT_THAT(
+      events({"get", "refresh", "log"}),
+      ElementsAre("log2 Did cancel ongoing token refresh", "get caller OAuth2Error.credentialsRefreshWasCancelled",
+                  "refresh caller OAuth2Error.credentialsRefreshWasCancelled", "get next access-next"));
   EXPECT_EQ(stack.posted("Failure"), 1U);
   EXPECT_EQ(storedToken(), "access-next");
 }

@@ -15,6 +15,7 @@
 #include "LXTesting/ScriptedURLSession.h"
 #include "LXUtils/Concurrency/OperationQueue.h"
 #include "LXUtils/Network/NetworkServiceError.h"
+
 #include "TemporaryFolder.h"
 
 namespace lx {
@@ -120,8 +121,8 @@ struct CredentialsStack {
                                                  executor, {}, clock);
     service->setDelegate(delegate);
     // For `posts`: whoever waits on the main queue looks again at each notification.
-    for (const auto* name : {TokenRefreshNotificationsManagerImpl::successName,
-                             TokenRefreshNotificationsManagerImpl::failureName}) {
+    for (const auto* name :
+         {TokenRefreshNotificationsManagerImpl::successName, TokenRefreshNotificationsManagerImpl::failureName}) {
       center->addObserver(name, MainQueue::shared(), [] {});
     }
   }
@@ -176,8 +177,8 @@ struct CredentialsStack {
   }
   std::size_t posted(const char* kind) const {
     std::error_code none;
-    const auto size = std::filesystem::file_size(
-        group + "/notifications/com.lexiconia.keyboard.credentialsRefresh" + kind, none);
+    const auto size =
+        std::filesystem::file_size(group + "/notifications/com.lexiconia.keyboard.credentialsRefresh" + kind, none);
     return none ? 0 : size;
   }
 

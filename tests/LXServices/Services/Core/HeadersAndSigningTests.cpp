@@ -1,10 +1,11 @@
+#include <thread>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "LXServices/Services/NetworkServicesOAuth2/Core/HeadersProvider.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Core/JSONRequest.h"
+
 #include "StackFixture.h"
 
 namespace lx {
@@ -70,8 +71,7 @@ TEST(HeadersProvider, SendsWhatTheAuthDataProviderHasAsCookies) {
   EXPECT_FALSE(provider.hasTrustedDeviceID());
   auth->data->csrfToken = "C";
   auth->device = "T";
-  EXPECT_THAT(extra(),
-              ElementsAre(Pair("X-CSRF-Token", "C"), Pair("Cookie", "lxauth=A; csrf-token=C; tdi=T")));
+  EXPECT_THAT(extra(), ElementsAre(Pair("X-CSRF-Token", "C"), Pair("Cookie", "lxauth=A; csrf-token=C; tdi=T")));
   EXPECT_TRUE(provider.hasAuthHeaders() && provider.hasTrustedDeviceID());
   auth.reset();
   EXPECT_THAT(extra(), ElementsAre());
@@ -109,8 +109,9 @@ TEST(URLRequestSigner, PlacesTheTokenByTheScheme) {
     URLRequest request(HTTPMethod::get, URL());
     request.url = *url ? std::optional(*URL::make(url)) : std::nullopt;
     EXPECT_EQ(sign(request), request);
-    EXPECT_EQ(sink->messages.back(),
-              std::string("4 oauth2 Received request with scheme for which authorization is not implemented: ") + shown);
+    EXPECT_EQ(
+        sink->messages.back(),
+        std::string("4 oauth2 Received request with scheme for which authorization is not implemented: ") + shown);
   }
   EXPECT_EQ(sink->messages.size(), 4U);
   Logging::setSink(nullptr);

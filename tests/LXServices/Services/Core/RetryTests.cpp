@@ -1,10 +1,11 @@
+#include <thread>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "LXServices/Services/NetworkServicesOAuth2/Core/RetryPolicies.h"
 #include "LXUtils/Foundation/Overloaded.h"
+
 #include "StackFixture.h"
 
 namespace lx {
@@ -86,8 +87,7 @@ TEST(Stack, RefreshesAndSendsOnceMoreWhenUnauthorized) {
   int refreshes = 0;
   StackFixture stack(std::make_shared<ScriptedURLSession>([&](const URLRequest& request, std::size_t) {
     const bool isToken = request.url->path() == "/v4/api/oauth2/token";
-    return Task<NetworkResponse>::success(isToken ? tokenResponse(std::to_string(++refreshes + 1))
-                                                  : makeResponse(401));
+    return Task<NetworkResponse>::success(isToken ? tokenResponse(std::to_string(++refreshes + 1)) : makeResponse(401));
   }));
   const auto network = stack.builder.oauth2NetworkService();
   const auto first = network->authorizeAndLoad(stack.request());
@@ -103,9 +103,10 @@ TEST(Stack, RefreshesAndSendsOnceMoreWhenUnauthorized) {
 TEST(Stack, AFailedRefreshIsTheCallsErrorAndNothingIsSentAgain) {
   StackFixture stack(ScriptedURLSession::answering({makeResponse(401), makeResponse(400)}));
   std::thread::id answeredOn;
-  const auto result = stack.await(stack.builder.oauth2NetworkService()
-                                      ->authorizeAndLoad(stack.request())
-                                      .finally([&](const auto&) { answeredOn = std::this_thread::get_id(); }));
+  const auto result =
+      stack.await(stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request()).finally([&](const auto&) {
+        answeredOn = std::this_thread::get_id();
+      }));
   ASSERT_FALSE(result);
   EXPECT_EQ(answeredOn, std::this_thread::get_id());
   EXPECT_EQ(result.error().as<NetworkServiceError>()->serverError()->response.statusCode, 400);
@@ -161,8 +162,8 @@ TEST(Stack, LettingGoOfItCancelsWhatIsUnderWay) {
   std::optional<Task<NetworkResponse>> task;
   Promise<NetworkResponse> never;
   {
-    StackFixture stack(std::make_shared<ScriptedURLSession>(
-        [&](const URLRequest&, std::size_t) { return never.task(); }));
+    StackFixture stack(
+        std::make_shared<ScriptedURLSession>([&](const URLRequest&, std::size_t) { return never.task(); }));
     task = stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request());
   }
   never.complete(makeResponse(200));

@@ -9,6 +9,7 @@
 #include "LXTesting/ManualClock.h"
 #include "LXTesting/ScriptedURLSession.h"
 #include "LXUtils/Concurrency/OperationQueue.h"
+
 #include "TemporaryFolder.h"
 
 namespace lx {

@@ -73,9 +73,8 @@ void OAuth2CredentialsServiceImpl::log(Effects& effects, LogLevel level, const c
 
 void OAuth2CredentialsServiceImpl::log(Effects& effects, LogLevel level, const char* message, const Error& error,
                                        LogSite site) {
-  effects.add([logger = logger_, level, message, error, site] {
-    logger.log(level, message, error.description(), site);
-  });
+  effects.add(
+      [logger = logger_, level, message, error, site] { logger.log(level, message, error.description(), site); });
 }
 
 // --- What callers ask for --------------------------------------------------------------------------------------------
@@ -261,19 +260,19 @@ void OAuth2CredentialsServiceImpl::recover(MutableState& state, Effects& effects
   log(effects, 4, "Using fallback credentials for silent authorization to prevent user logout",
       "handleRefreshFailure(_:)");
   state.state = State::exchangingFallbackCredentials;
-  effects.add([weak = weak_from_this(), epoch = state.refresh.epoch, manager = std::move(manager), lxauth,
-               refreshError] {
-    manager->exchange(lxauth).finally(
-        weak,
-        [epoch, refreshError](OAuth2CredentialsServiceImpl& self, const Result<OAuth2AuthDTO>& result) {
-          if (result) {
-            self.handleExchangeSuccess(epoch, result->oauth2Credentials);
-          } else {
-            self.handleExchangeFailure(epoch, result.error(), refreshError);
-          }
-        },
-        OperationQueue::main());
-  });
+  effects.add(
+      [weak = weak_from_this(), epoch = state.refresh.epoch, manager = std::move(manager), lxauth, refreshError] {
+        manager->exchange(lxauth).finally(
+            weak,
+            [epoch, refreshError](OAuth2CredentialsServiceImpl& self, const Result<OAuth2AuthDTO>& result) {
+              if (result) {
+                self.handleExchangeSuccess(epoch, result->oauth2Credentials);
+              } else {
+                self.handleExchangeFailure(epoch, result.error(), refreshError);
+              }
+            },
+            OperationQueue::main());
+      });
 }
 
 void OAuth2CredentialsServiceImpl::handleExchangeSuccess(Epoch epoch, const OAuth2Credentials& credentials) {
@@ -320,7 +319,8 @@ void OAuth2CredentialsServiceImpl::poll(MutableState& state, Effects& effects) {
     const auto left = state.refresh.waitingSince + waiting_.bound - clock_->steadyNow();
     if (left > Clock::Duration::zero()) {
       const auto delay = std::min<Clock::Duration>(left, waiting_.pollInterval);
-      return effects.add([self = shared_from_this(), epoch = state.refresh.epoch, delay] { self->pollAfter(delay, epoch); });
+      return effects.add(
+          [self = shared_from_this(), epoch = state.refresh.epoch, delay] { self->pollAfter(delay, epoch); });
     }
     effects.add([manager = tokenRefreshNotificationsManager_] { manager->removeObservers(); });
     return finish(state, effects, fail(OAuth2Error::credentialsRefreshGenericError()), Notification::none);
@@ -443,10 +443,10 @@ void OAuth2CredentialsServiceImpl::endBackgroundTask(std::optional<BackgroundExe
 void OAuth2CredentialsServiceImpl::handleBackgroundTaskExpiry(Epoch epoch) {
   transact(epoch, [&](MutableState& state, Effects& effects) {
     log(effects, 4, "Background Refresh Task has reached timeout", "refreshStep(credentials:)");
-    effects.add([self = shared_from_this(),
-                 identifier = std::exchange(state.refresh.backgroundTaskIdentifier, std::nullopt)] {
-      self->endBackgroundTask(identifier);
-    });
+    effects.add(
+        [self = shared_from_this(), identifier = std::exchange(state.refresh.backgroundTaskIdentifier, std::nullopt)] {
+          self->endBackgroundTask(identifier);
+        });
   });
 }
 
@@ -454,10 +454,10 @@ Task<void> OAuth2CredentialsServiceImpl::revokeCredentials() {
   transact([&](MutableState& state, Effects& effects) {
     if (state.state == State::idle) return;
     releaseFileLock(state.refresh, effects);
-    workQueue_->async([self = shared_from_this(), refresh = state.refresh,
-                       pending = std::exchange(state.pending, {})]() mutable {
-      self->cancelOngoingRefresh(refresh, std::move(pending));
-    });
+    workQueue_->async(
+        [self = shared_from_this(), refresh = state.refresh, pending = std::exchange(state.pending, {})]() mutable {
+          self->cancelOngoingRefresh(refresh, std::move(pending));
+        });
     state.state = State::idle;
   });
 

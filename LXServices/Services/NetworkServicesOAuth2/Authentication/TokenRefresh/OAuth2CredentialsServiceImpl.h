@@ -36,11 +36,11 @@ namespace lx {
 /// | any but `idle`                           | `revokeCredentials`                               | `idle`                                   |
 ///
 /// Why every caller is answered, once. All state is in one record under one lock, which no callback runs under: what
-/// a transition causes is collected and done after the lock is released. A caller is either answered in the section that
-/// looked at it, or queued in the section that saw a refresh under way; each way back to `idle` takes both queues in the
-/// section that sets `idle`, and delivers them on the work queue. Each refresh has an epoch. Every step, answer, poll,
-/// notification and expiry carries the epoch that it belongs to and does nothing once that is over, so that a late
-/// answer can neither store credentials after a revocation nor touch the refresh that came next.
+/// a transition causes is collected and done after the lock is released. A caller is either answered in the section
+/// that looked at it, or queued in the section that saw a refresh under way; each way back to `idle` takes both queues
+/// in the section that sets `idle`, and delivers them on the work queue. Each refresh has an epoch. Every step, answer,
+/// poll, notification and expiry carries the epoch that it belongs to and does nothing once that is over, so that a
+/// late answer can neither store credentials after a revocation nor touch the refresh that came next.
 ///
 /// Why nobody waits for a dead process. A waiter looks every 250 ms whether the lock has become free without a
 /// notification. Then the store tells whether the holder had finished: other credentials there are the result, the same
@@ -64,13 +64,15 @@ class OAuth2CredentialsServiceImpl final : public OAuth2CredentialsService,
   /// notifications are kept in a folder beside it. A lock file that cannot be opened costs the serialisation across
   /// processes and is logged.
   static std::shared_ptr<OAuth2CredentialsServiceImpl> make(
-      std::shared_ptr<AuthCredentialsStorage> credStorage, std::shared_ptr<TokenRefreshServiceOAuth2> tokenRefreshService,
-      const URL& lockFileURL, std::shared_ptr<BackgroundExecutor> backgroundExecutor, Waiting waiting,
+      std::shared_ptr<AuthCredentialsStorage> credStorage,
+      std::shared_ptr<TokenRefreshServiceOAuth2> tokenRefreshService, const URL& lockFileURL,
+      std::shared_ptr<BackgroundExecutor> backgroundExecutor, Waiting waiting,
       std::shared_ptr<Clock> clock = Clock::system());
 
   static std::shared_ptr<OAuth2CredentialsServiceImpl> make(
-      std::shared_ptr<AuthCredentialsStorage> credStorage, std::shared_ptr<TokenRefreshServiceOAuth2> tokenRefreshService,
-      const URL& lockFileURL, std::shared_ptr<BackgroundExecutor> backgroundExecutor) {
+      std::shared_ptr<AuthCredentialsStorage> credStorage,
+      std::shared_ptr<TokenRefreshServiceOAuth2> tokenRefreshService, const URL& lockFileURL,
+      std::shared_ptr<BackgroundExecutor> backgroundExecutor) {
     return make(std::move(credStorage), std::move(tokenRefreshService), lockFileURL, std::move(backgroundExecutor),
                 Waiting{});
   }
@@ -192,8 +194,8 @@ class OAuth2CredentialsServiceImpl final : public OAuth2CredentialsService,
   const std::unique_ptr<FileLock> fileLock_;  // empty when the lock file could not be opened
   const std::shared_ptr<BackgroundExecutor> backgroundExecutor_;
   Protected<std::weak_ptr<OAuth2CredentialsServiceDelegate>> delegate_;
-  const QueueRef workQueue_ = DispatchQueue::makeSerial("com.lexiconia.oauth2credentialsservice.workQueue",
-                                                        QualityOfService::userInitiated);
+  const QueueRef workQueue_ =
+      DispatchQueue::makeSerial("com.lexiconia.oauth2credentialsservice.workQueue", QualityOfService::userInitiated);
   Protected<MutableState> mutableState_;
   const Waiting waiting_;
   const std::shared_ptr<Clock> clock_;

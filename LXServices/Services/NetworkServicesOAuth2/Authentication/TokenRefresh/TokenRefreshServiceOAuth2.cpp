@@ -10,10 +10,9 @@
 namespace lx {
 
 URLRequest TokenRefreshServiceOAuth2Impl::RequestFactory::refresh(const OAuth2Credentials& credentials) const {
-  return makeTokenRequest(*backendEnvironment,
-                          RefreshTokenBody{.refreshToken = credentials.refreshToken,
-                                           .grantType = "refresh_token",
-                                           .clientID = backendEnvironment->clientType()});
+  return makeTokenRequest(*backendEnvironment, RefreshTokenBody{.refreshToken = credentials.refreshToken,
+                                                                .grantType = "refresh_token",
+                                                                .clientID = backendEnvironment->clientType()});
 }
 
 URLRequest TokenRefreshServiceOAuth2Impl::RequestFactory::revoke(const OAuth2Credentials& credentials) const {

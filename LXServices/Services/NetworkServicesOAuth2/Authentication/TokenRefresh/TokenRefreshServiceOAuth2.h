@@ -61,9 +61,8 @@ class TokenRefreshServiceOAuth2Impl final : public TokenRefreshServiceOAuth2 {
 template <>
 struct Coding<TokenRefreshServiceOAuth2Impl::RefreshTokenBody> {
   using Body = TokenRefreshServiceOAuth2Impl::RefreshTokenBody;
-  static constexpr auto fields =
-      std::tuple{field("refresh_token", &Body::refreshToken), field("grant_type", &Body::grantType),
-                 field("client_id", &Body::clientID)};
+  static constexpr auto fields = std::tuple{field("refresh_token", &Body::refreshToken),
+                                            field("grant_type", &Body::grantType), field("client_id", &Body::clientID)};
 };
 
 template <>

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "LXUtils/Foundation/AnyJSON.h"
+
+namespace lx {
+
+/// What an insert puts into a document: text in UTF-8, or something embedded such as {"image": address}.
+class Content {
+ public:
+  /// Text without a character.
+  Content() = default;
+  Content(std::string text) : value_(std::move(text)) {}
+  Content(std::string_view text) : value_(std::string(text)) {}
+  Content(const char* text) : value_(std::string(text)) {}
+  Content(AnyJSON::Object embed) : value_(std::make_shared<const AnyJSON::Object>(std::move(embed))) {}
+
+  /// Nothing for an embed; and the other way round.
+  const std::string* text() const { return std::get_if<std::string>(&value_); }
+  const AnyJSON::Object* embed() const {
+    const auto* embed = std::get_if<Embed>(&value_);
+    return embed ? embed->get() : nullptr;
+  }
+
+  /// In UTF-16 code units; an embed is one long. Takes time in proportion to the text.
+  std::int64_t length() const;
+
+  /// Makes the text longer; this must not be an embed.
+  void append(std::string_view text) { std::get<std::string>(value_) += text; }
+
+  /// Makes it a text, empty at first, for the caller to fill.
+  std::string& resetText() { return value_.emplace<std::string>(); }
+
+  friend bool operator==(const Content& a, const Content& b);
+
+ private:
+  // Embeds are rare, so they must not make each text larger.
+  using Embed = std::shared_ptr<const AnyJSON::Object>;
+  std::variant<std::string, Embed> value_;
+};
+
+}  // namespace lx

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "LXUtils/Foundation/AnyJSON.h"
+#include "LXUtils/Foundation/CodingError.h"
+#include "LXUtils/Foundation/JSON.h"
+
+namespace lx {
+
+/// Reads a JSON text (RFC 8259) once from front to back, without a tree: for documents of which a JSONDocument would
+/// cost too much memory or time. It refuses what JSONDocument refuses, but only what it has come past.
+///
+/// The caller asks for what should come next, for an object so:
+///
+///     if (reader.beginObject()) {
+///       while (reader.nextMember(key)) { /* read or skip one value */ }
+///     }
+///
+/// After the first failure nothing can be read any more and `fault` tells what it was. The text must outlive the
+/// reader.
+class JSONReader {
+ public:
+  static constexpr unsigned maxDepth = 64;  ///< arrays and objects inside one another
+
+  explicit JSONReader(std::string_view text);
+
+  /// Of the value that comes next; nothing when there is none.
+  std::optional<JSONValue::Kind> nextKind();
+
+  bool beginObject();
+  /// Moves to the next member and gives its key, which is valid until the next call; false after the last one.
+  bool nextMember(std::string_view& key);
+
+  bool beginArray();
+  /// Moves to the next element; false after the last one.
+  bool nextElement();
+
+  bool readString(std::string& out);
+  bool readAny(AnyJSON& out);
+  bool skipValue();
+
+  /// True when nothing but blanks is left.
+  bool finish();
+
+  /// What is still to be read. After nextKind() it begins with the value.
+  std::string_view rest() const { return {position_, static_cast<std::size_t>(end_ - position_)}; }
+  /// Passes a value whose extent the caller knows from `rest`.
+  void passKnownValue(std::size_t size) { position_ += size; }
+
+  /// The bytes read so far, which is where a fault was met.
+  std::size_t offset() const { return static_cast<std::size_t>(position_ - begin_); }
+
+  std::optional<DecodingFault> fault() const { return fault_; }
+
+ private:
+  void skipBlanks();
+  bool fail(DecodingFault fault = DecodingFault::malformed);
+  bool begin(char bracket);
+  bool next(char bracket);
+  std::size_t makeRoom(std::string& out) const;
+  bool readEscape(std::string& out);
+  bool readHex(char32_t& unit);
+  bool readWord(std::string_view word);
+  bool readNumber(AnyJSON& out);
+
+  const char* begin_;
+  const char* position_;
+  const char* end_;
+  unsigned depth_ = 0;
+  std::uint64_t untouched_ = 0;  // a bit for each open container of which nothing was read
+  std::string keyScratch_;
+  std::optional<DecodingFault> fault_;
+};
+
+}  // namespace lx

@@ -1,0 +1,67 @@
+#include <algorithm>
+
+#include "lx/Render/ItemNumbers.h"
+#include "lx/Render/LineText.h"
+#include "lx/Render/RenderForms.h"
+
+namespace lx::tool {
+namespace {
+
+using namespace DeltaRenderUtils;
+using ListType = Attributes::ListType;
+
+constexpr std::int64_t deepestIndent = 64;
+constexpr std::int64_t deepestHeading = 6;
+
+std::string contentOf(const DeltaLines& lines, const Style& style) {
+  std::string content;
+  eachPiece(lines, [&](const LinePiece& piece) {
+    if (!piece.embed.empty()) {
+      content += style.dim("[" + printable(piece.embed) + "]");
+      return;
+    }
+    std::string text(piece.text);
+    std::ranges::replace(text, '\t', ' ');
+    text = printable(text);
+    content += piece.is("bold") ? style.bold(text) : piece.is("code") ? style.cyan(text) : text;
+  });
+  return content;
+}
+
+std::string markerOf(const LineInfo& line, const ListInfo& list, ItemNumbers& numbers) {
+  constexpr std::string_view bullets[] = {"• ", "◦ ", "▪ "};
+  const auto number = numbers.next(list);
+  switch (typeOf(list)) {
+    case ListType::ordered:
+      return std::to_string(number) + ". ";
+    case ListType::checklist:
+      return isChecked(line) ? "[x] " : "[ ] ";
+    case ListType::bullet:
+      break;
+  }
+  return std::string(bullets[static_cast<std::size_t>(std::max<std::int64_t>(list.indent(), 0)) % std::size(bullets)]);
+}
+
+}  // namespace
+
+std::string renderedText(const Delta& delta, const RenderInfo& renderInfo, const Style& style) {
+  std::string text;
+  ItemNumbers numbers;
+  for (DeltaLines lines(delta); lines.next();) {
+    const LineInfo& line = *renderInfo.lines.find(lines.index());
+    const auto content = contentOf(lines, style);
+    text.append(static_cast<std::size_t>(2 * std::clamp<std::int64_t>(line.indent, 0, deepestIndent)), ' ');
+    if (const auto* item = line.lineType.asListItem()) {
+      text += style.cyan(markerOf(line, *item->info, numbers)) + content;
+    } else if (const auto* heading = line.lineType.asHeading()) {
+      const auto marks = static_cast<std::size_t>(std::min(heading->level, deepestHeading));
+      text += style.dim(std::string(marks, '#')) + " " + style.bold(content);
+    } else {
+      text += content;
+    }
+    text += '\n';
+  }
+  return text;
+}
+
+}  // namespace lx::tool

@@ -1,0 +1,190 @@
+#include <random>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "LXDelta/Delta.h"
+#include "LXDelta/DeltaLines.h"
+
+namespace lx {
+namespace {
+
+using ListType = Attributes::ListType;
+
+const Attributes bold({{"bold", {true}}});
+
+std::string jsonOf(const Delta& delta) { return encodeJSONText(delta).value_or("none"); }
+
+TEST(Delta, WhatIsAppendedMergesWithTheLikeBeforeIt) {
+  const Delta delta = Delta()
+                          .insert("a")
+                          .insert("b", Attributes())
+                          .insert("")
+                          .insert("c", bold)
+                          .insert("d", Attributes({{"bold", {true}}}))
+                          .insert(AnyJSON::Object{{"image", {}}}, bold)
+                          .insert(AnyJSON::Object{{"image", {}}}, bold)
+                          .retain(0)
+                          .retain(2)
+                          .retain(3)
+                          .retain(-3)
+                          .retain(1, bold)
+                          .delete_(1)
+                          .delete_(std::numeric_limits<std::int64_t>::max());
+  EXPECT_EQ(
+      jsonOf(delta),
+      R"({"ops":[{"insert":"ab"},{"insert":"cd","attributes":{"bold":true}},)"
+      R"({"insert":{"image":null},"attributes":{"bold":true}},{"insert":{"image":null},"attributes":{"bold":true}},)"
+      R"({"retain":5},{"retain":1,"attributes":{"bold":true}},{"delete":9223372036854775807}]})");
+}
+
+TEST(Delta, JSONComesBackAsItCame) {
+  const std::string text =
+      R"({"ops":[{"insert":"caf\u0000 é 日本 😀\n"},{"insert":"a"},{"insert":"b"},{"insert":{"video":{"a":[1,2.5,null]}}},)"
+      R"({"insert":"\n","attributes":{"indent":1,"list":"checked","x":{"y":[true]}}},{"insert":"\n","attributes":{}},)"
+      R"({"retain":7,"attributes":{"bold":null}},{"delete":0}]})";
+  const auto delta = Delta::fromJSON(text);
+  ASSERT_TRUE(delta) << delta.error().description();
+  EXPECT_EQ(jsonOf(*delta), text);
+  EXPECT_EQ(Delta::fromJSON(text.substr(7, text.size() - 8)), *delta);
+  EXPECT_EQ(Delta::fromJSON(R"( { "author" : { } , "ops" : [ ] } )"), Delta());
+  EXPECT_EQ(jsonOf(Delta().insert("\xff")), "none");
+}
+
+TEST(Delta, AttributesReadTheirLineFormats) {
+  const struct {
+    std::string_view attributes;
+    std::optional<ListType> list;
+    std::optional<std::int64_t> header;
+    std::optional<std::int64_t> indent;
+  } cases[] = {
+      {R"({"list":"ordered","indent":2})", ListType::ordered, {}, 2},
+      {R"({"list":"bullet","header":1.0})", ListType::bullet, 1, {}},
+      {R"({"list":"unchecked"})", ListType::checklist, {}, {}},
+      {R"({"list":"checked","indent":null})", ListType::checklist, {}, {}},
+      {R"({"list":"Bullet","header":"1","indent":0.5})", {}, {}, {}},
+      {R"({"list":true,"header":1e30,"indent":-3})", {}, {}, -3},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.attributes);
+    const auto delta = Delta::fromJSON(R"([{"insert":"\n","attributes":)" + std::string(c.attributes) + "}]");
+    ASSERT_TRUE(delta);
+    const auto& attributes = *delta->operations()[0].asInsert()->attributes;
+    EXPECT_EQ(attributes.list(), c.list);
+    EXPECT_EQ(attributes.header(), c.header);
+    EXPECT_EQ(attributes.indent(), c.indent);
+    EXPECT_FALSE(attributes.isEmpty());
+  }
+  const Attributes made({Attributes::Attribute::list(ListType::checklist), Attributes::Attribute::header(2)});
+  EXPECT_EQ(encodeJSONText(made).value(), R"({"header":2,"list":"unchecked"})");
+  EXPECT_EQ(Attributes(std::vector<Attributes::Attribute>()), Attributes());
+}
+
+TEST(Delta, WhatIsNoDocumentIsRefusedWithItsPlace) {
+  const struct {
+    std::string text;
+    std::string error;
+  } cases[] = {
+      {"", "byte 0: malformed"},
+      {"ops", "byte 0: malformed"},
+      {"7", "wrong type"},
+      {"{}", "ops: missing"},
+      {R"({"ops":{}})", "ops: wrong type"},
+      {R"({"ops":[7]})", "ops[0]: wrong type"},
+      {R"([{"insert":"a"},[]])", "[1]: wrong type"},
+      {R"({"ops":[{"insert":"a"},{"insert":7}]})", "ops[1].insert: wrong type"},
+      {R"([{"insert":null}])", "[0].insert: wrong type"},
+      {R"([{"retain":"1"}])", "[0].retain: wrong type"},
+      {R"([{"insert":"a"},{"insert":"b"},{"retain":-1}])", "[2].retain: out of range"},
+      {R"([{"delete":1.5}])", "[0].delete: out of range"},
+      {R"([{"delete":9223372036854775808}])", "[0].delete: out of range"},
+      {R"([{"attributes":{}}])", "[0]: missing"},
+      {R"([{"insert":"a","delete":1}])", "[0]: malformed"},
+      {R"([{"insert":"a","attributes":[]}])", "[0].attributes: wrong type"},
+      {R"([{"insert":"a"},{"insert":"\ud800"}])", "[1] at byte 33: malformed"},
+      {R"([{"insert":"\udc00\ud800"}])", "[0] at byte 18: malformed"},
+      {"[{\"insert\":\"\xc0\xaf\"}]", "[0] at byte 12: malformed"},
+      {"[{\"insert\":\"\xed\xa0\x80\"}]", "[0] at byte 12: malformed"},
+      {"[{\"insert\":\"\xf0\x9f\x98\"}]", "[0] at byte 12: malformed"},
+      {"[{\"insert\":\"a\nb\"}]", "[0] at byte 13: malformed"},
+      {R"([{"insert":"a)", "[0] at byte 13: malformed"},
+      {R"([{"insert":"a"},])", "[1] at byte 16: malformed"},
+      {R"([{"insert":"a",}])", "[0] at byte 15: malformed"},
+      {R"([{"insert":"a"}}])", "[1] at byte 15: malformed"},
+      {R"([{"insert":"a"}]])", "byte 16: malformed"},
+      {R"([{"retain":01}])", "[0] at byte 12: malformed"},
+      {R"([{"insert":"a","x":1e999}])", "[0] at byte 19: malformed"},
+      {"[{\"insert\":" + std::string(100'000, '['), "[0].insert: wrong type"},
+      {"[{\"x\":" + std::string(1'000'000, '['), "[0] at byte 68: out of range"},
+  };
+  for (const auto& c : cases) {
+    const auto delta = Delta::fromJSON(c.text);
+    ASSERT_FALSE(delta) << c.text.substr(0, 80);
+    EXPECT_EQ(delta.error().description(), c.error) << c.text.substr(0, 80);
+    EXPECT_NE(delta.error().as<DecodingError>(), nullptr);
+  }
+}
+
+std::vector<std::string> linesOf(const Delta& delta, char32_t separator) {
+  std::vector<std::string> lines;
+  EXPECT_TRUE(delta.eachLine(separator, [&](bool&, std::int64_t index, const Delta& line, const auto& attributes) {
+    EXPECT_EQ(index, static_cast<std::int64_t>(lines.size()));
+    lines.push_back(jsonOf(line) + (attributes ? encodeJSONText(*attributes).value() : "-"));
+    return Result<void>();
+  }));
+  return lines;
+}
+
+TEST(Delta, LinesEndWithTheirSeparator) {
+  const Delta delta = Delta()
+                          .insert(
+                              "a\r\xe2\x80\xa8"
+                              "b")
+                          .insert("\nc\n", bold)
+                          .insert(AnyJSON::Object{{"i", {}}});
+  EXPECT_THAT(linesOf(delta, U'\n'),
+              testing::ElementsAre("{\"ops\":[{\"insert\":\"a\\r\xe2\x80\xa8"
+                                   "b\"},"
+                                   R"({"insert":"\n","attributes":{"bold":true}}]}{"bold":true})",
+                                   R"({"ops":[{"insert":"c\n","attributes":{"bold":true}}]}{"bold":true})",
+                                   R"({"ops":[{"insert":{"i":null}}]}-)"));
+  EXPECT_THAT(linesOf(delta, U'\u2028'), testing::SizeIs(2));
+  EXPECT_THAT(linesOf(delta, 0xD800), testing::SizeIs(1));
+  // Without the line that the retain cuts off.
+  EXPECT_THAT(linesOf(Delta().insert("a\nb").retain(1).insert("c\n"), U'\n'), testing::SizeIs(1));
+}
+
+TEST(Delta, LengthsAddUpOverRandomLines) {
+  std::mt19937 random(11);
+  const std::string_view pieces[] = {
+      "a", "\n", "\xc3\xa9", "\xe6\x97\xa5", "\xf0\x9f\x98\x80", "long enough for a heap\n"};
+  constexpr std::int64_t lengths[] = {1, 1, 1, 1, 2, 23};
+  for (int round = 0; round < 200; ++round) {
+    Delta delta;
+    std::int64_t expected = 0;
+    for (auto count = random() % 80; count > 0; --count) {
+      const auto piece = random() % 7;
+      const auto attributes = random() % 2 == 0 ? std::optional(bold) : std::nullopt;
+      delta.insert(piece == 6 ? Content(AnyJSON::Object()) : Content(pieces[piece]), attributes);
+      expected += piece == 6 ? 1 : lengths[piece];
+    }
+    ASSERT_EQ(delta.changeLength(), expected);
+    Delta joined;
+    std::int64_t total = 0;
+    for (DeltaLines lines(delta); lines.next(); total += lines.changeLength()) {
+      const auto line = lines.delta();
+      ASSERT_EQ(lines.changeLength(), line.changeLength());
+      for (const auto& operation : line.operations()) {
+        joined.insert(operation.asInsert()->content, operation.asInsert()->attributes);
+      }
+    }
+    ASSERT_EQ(joined, delta);
+    ASSERT_EQ(total, expected);
+    ASSERT_EQ(Delta::fromJSON(jsonOf(delta)), delta);
+    delta.retain(5).delete_(3);
+    ASSERT_EQ(delta.changeLength(), expected - 3);
+  }
+}
+
+}  // namespace
+}  // namespace lx

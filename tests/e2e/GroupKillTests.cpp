@@ -1,0 +1,181 @@
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <random>
+
+#include "LXUtils/Concurrency/OperationQueue.h"
+#include "LXUtils/System/DarwinNotificationCenter.h"
+
+#include "e2e/Group.h"
+
+// One of five processes that need a refresh at the same time is killed at a random moment of it, over and over.
+
+namespace lx {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::nanoseconds;
+
+constexpr int rounds = 110;  // of each of the two tests
+constexpr int survivorCount = 4;
+
+/// How the rounds ended.
+struct Tally {
+  int victimSentRequest = 0;
+  int finishedByVictim = 0;    ///< its request was the only one
+  int finishedBySurvivor = 0;  ///< the victim had sent none, or lost the answer to one that was asked again
+  int lost = 0;                ///< the server had exchanged the tokens, and nobody was left who got the new ones
+  int logouts = 0;
+};
+
+class GroupKill : public GroupTest {
+ protected:
+  void SetUp() override {
+    GroupTest::SetUp();
+    backend->addFault(std::string("POST ") + tokenPath + " refresh_token",
+                      {.delay = milliseconds(4), .count = std::nullopt});
+    for (const auto* name : {"Success", "Failure"}) {
+      center_->addObserver(notification(name), MainQueue::shared(), [] {});
+    }
+    for (int i = 0; i < survivorCount; ++i) survivors_.push_back(startReady("survivor", {"poll=15"}));
+    victim_ = startReady("victim", {"poll=15"});
+    measureSpan();
+  }
+
+  static std::string notification(const std::string& kind) {
+    return "com.lexiconia.keyboard.credentialsRefresh" + kind;
+  }
+  std::uintmax_t posts(const std::string& kind) const {
+    std::error_code none;
+    const auto size = std::filesystem::file_size(folder.file("notifications/" + notification(kind)), none);
+    return none ? 0 : size;
+  }
+
+  /// How long a process takes from being asked to its answer when nobody disturbs it: the time to kill it in.
+  void measureSpan() {
+    signInExpired();
+    const auto start = Clock::system()->steadyNow().time_since_epoch();
+    victim_->process.writeLine("get 1");
+    span_ = victim_->answer().time - start;
+    victim_ = startReady("victim", {"poll=15"});
+  }
+
+  /// The containers of the processes that sent refreshes since `first`.
+  std::vector<std::string> sendersSince(std::size_t first) const {
+    std::vector<std::string> senders;
+    for (const auto& entry : backend->journal().entries()) {
+      if (entry.grant != "refresh_token" || entry.sequence <= static_cast<std::int64_t>(first)) continue;
+      const auto header =
+          std::ranges::find(entry.headers, "X-Container-Id", &std::pair<std::string, std::string>::first);
+      senders.push_back(header == entry.headers.end() ? "" : header->second);
+    }
+    return senders;
+  }
+
+  /// Kills the victim somewhere in its refresh and gives what the survivors' callers got.
+  std::vector<ProbeAnswer> playRound() {
+    auto next = start("victim", {"poll=15"});
+    const bool victimFirst = random_() % 4 != 0;
+    const auto delay =
+        std::chrono::duration_cast<nanoseconds>(span_ * std::uniform_real_distribution(0.0, 1.1)(random_));
+    if (victimFirst) victim_->process.writeLine("get 1");
+    // A head start that lets the victim get to the lock before the others.
+    if (victimFirst) victim_->process.hasOutput(std::min(delay, nanoseconds(milliseconds(1))));
+    for (const auto& survivor : survivors_) survivor->process.writeLine("get 1");
+    if (!victimFirst) victim_->process.writeLine("get 1");
+    victim_->process.hasOutput(delay);
+    victim_->process.kill();
+    stored();
+    std::vector<ProbeAnswer> answers;
+    for (const auto& survivor : survivors_) {
+      answers.push_back(survivor->answer());
+      stored();
+    }
+    arrive(*next);
+    victim_ = std::move(next);
+    return answers;
+  }
+
+  /// Once every survivor has told the others of its failure, what is posted belongs to the next round.
+  void awaitFailurePosts(std::uintmax_t count) const {
+    EXPECT_TRUE(MainQueue::shared()->runUntil([&] { return posts("Failure") >= count; }, watchdog));
+  }
+
+  /// Notes who sent refreshes in a round; the lost ones are those of a victim that was alone.
+  void count(const std::vector<std::string>& senders, bool isLost) {
+    const bool survivorSent = std::ranges::count(senders, "survivor") > 0;
+    if (std::ranges::count(senders, "victim") > 0) ++tally_.victimSentRequest;
+    ++(isLost ? tally_.lost : survivorSent ? tally_.finishedBySurvivor : tally_.finishedByVictim);
+  }
+
+  void print(const char* variant) const {
+    std::printf(
+        "%s: %d kills over %.1f ms (%d after the victim's request): %d refreshed by the victim, %d by a survivor, "
+        "%d lost with %d requests to log out\n",
+        variant, rounds, std::chrono::duration<double, std::milli>(span_).count(), tally_.victimSentRequest,
+        tally_.finishedByVictim, tally_.finishedBySurvivor, tally_.lost, tally_.logouts);
+  }
+
+  std::shared_ptr<DarwinNotificationCenter> center_ = DarwinNotificationCenter::forFolder(folder.file("notifications"));
+  std::vector<std::unique_ptr<Probe>> survivors_;
+  std::unique_ptr<Probe> victim_;
+  nanoseconds span_{};
+  std::mt19937 random_{20'240'115};
+  Tally tally_;
+};
+
+TEST_F(GroupKill, NothingIsLostWhenTheServerAnswersALostExchangeAgain) {
+  backend->setRefreshGrace(std::chrono::hours(1));
+  for (int round = 0; round < rounds && !HasFailure(); ++round) {
+    SCOPED_TRACE("round " + std::to_string(round));
+    const auto old = signInExpired();
+    const auto before = backend->journal().count();
+    const auto answers = playRound();
+    const auto current = stored();
+    EXPECT_NE(current.refreshToken, old.refreshToken);
+    for (const auto& answer : answers) EXPECT_TRUE(answer.holds(current)) << answer.error;
+    survivors_.front()->process.writeLine("user");
+    EXPECT_EQ(survivors_.front()->process.readLine(), "user 1001");
+    count(sendersSince(before), false);
+  }
+  for (const auto& survivor : survivors_) tally_.logouts += survivor->logouts();
+  EXPECT_EQ(tally_.logouts, 0);
+  EXPECT_GT(tally_.victimSentRequest, 0);
+  print("With a grace window");
+}
+
+TEST_F(GroupKill, WithoutSuchAServerALossIsATypedErrorAndARequestToLogOut) {
+  for (int round = 0; round < rounds && !HasFailure(); ++round) {
+    SCOPED_TRACE("round " + std::to_string(round));
+    const auto old = signInExpired();
+    const auto before = backend->journal().count();
+    const auto failuresBefore = posts("Failure");
+    const auto answers = playRound();
+    const auto current = stored();
+    int logouts = 0;
+    for (const auto& survivor : survivors_) logouts += survivor->logouts();
+    const bool isLost = current.refreshToken == old.refreshToken;
+    count(sendersSince(before), isLost);
+    if (!isLost) {
+      for (const auto& answer : answers) EXPECT_TRUE(answer.holds(current)) << answer.error;
+      EXPECT_EQ(logouts, tally_.logouts);
+      continue;
+    }
+    EXPECT_EQ(current, old);
+    EXPECT_GT(std::ranges::count(sendersSince(before), "victim"), 0) << "only its death can lose an answer";
+    EXPECT_GT(logouts, tally_.logouts);
+    tally_.logouts = logouts;
+    std::size_t refused = 0;
+    for (const auto& answer : answers) {
+      EXPECT_THAT(answer.error,
+                  ::testing::AnyOf("NetworkServiceError.serverError", "OAuth2Error.credentialsRefreshGenericError"));
+      if (answer.error == "NetworkServiceError.serverError") ++refused;
+    }
+    EXPECT_GT(refused, 0U);
+    awaitFailurePosts(failuresBefore + survivorCount);
+  }
+  print("Without a grace window");
+}
+
+}  // namespace
+}  // namespace lx
