@@ -109,7 +109,9 @@ void CurlEngine::startStep(Exchange& exchange) {
   const std::string cookies =
       exchange.usesJar ? configuration_.cookieStorage->cookieHeaderFor(*exchange.request.url) : "";
   if (!exchange.transfer->prepare(exchange.request, cookies, configuration_.maximumBodySize)) {
-    return finish(exchange.shared_from_this(), fail(URLSessionError{URLSessionError::Kind::invalidRequest, {}}));
+    using enum URLSessionError::Kind;
+    const auto kind = exchange.redirects > 0 ? redirectRefused : invalidRequest;
+    return finish(exchange.shared_from_this(), fail(URLSessionError{kind, "not a URL for libcurl"}));
   }
   curl_easy_setopt(exchange.transfer->easy(), CURLOPT_PRIVATE, &exchange);
   if (machinery_->multi.add(exchange.transfer->easy())) return;
