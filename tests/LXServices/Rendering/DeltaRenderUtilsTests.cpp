@@ -182,14 +182,14 @@ TEST(ListInfo, AppendingANestedListReplacesTheLastItem) {
 TEST(ListInfo, TreesOfAnyDepthAreFreedAndCompared) {
   auto root = ListInfo::make(0);
   std::weak_ptr<ListInfo> last = root;
-  for (int depth = 1; depth < 1'000'000; ++depth) {
+  for (int depth = 1; depth < 200'000; ++depth) {
     auto nested = ListInfo::make(depth);
     last.lock()->append(nested, ListType::bullet);
     last = nested;
   }
   RenderInfo info;
   info.lines.insertOrAssign(0, {LineType::ListItem{root, 1}}, Attributes());
-  EXPECT_EQ(ListNumbering(info).lists().size(), 1'000'000U);
+  EXPECT_EQ(ListNumbering(info).lists().size(), 200'000U);
   EXPECT_EQ(info, RenderInfo(info));
   root.reset();
   info = RenderInfo::empty();
