@@ -198,23 +198,24 @@ TEST_F(Services, ASignInIsCarriedOverToTheWebAndItsCookiesBack) {
 }
 
 TEST_F(Services, NativeSignInsEndInCredentials) {
-  signIn(*app, "anonymous");
+  using Google = SignonBody<SignonContextGoogle>;
+  using Apple = SignonBody<SignonContextApple>;
+  // The stack's own service serves who has no credentials yet, the app's who has some, if only anonymous ones.
+  const auto own = app->builder().authenticationService();
+  const std::shared_ptr<AuthenticationServiceOAuth2> signing(&app->authentication, [](auto*) {});
   const struct {
+    std::shared_ptr<AuthenticationServiceOAuth2> service;
     std::shared_ptr<OAuth2SocialSignonCodeExchangeRequestBodyProvider> provider;
     OAuth2NativeSignonAction action;
     std::string user;
   } cases[] = {
-      {std::make_shared<SignonBody<SignonContextGoogle>>(googleSignon("google-ordinary", "mine")),
-       OAuth2NativeSignonAction::login, "1001"},
-      {std::make_shared<SignonBody<SignonContextApple>>(appleSignon("apple-managed", "mine")),
-       OAuth2NativeSignonAction::login, "1003"},
-      {std::make_shared<SignonBody<SignonContextGoogle>>(googleSignon("newcomer-g", "mine")),
-       OAuth2NativeSignonAction::signup, "3001"},
-      {std::make_shared<SignonBody<SignonContextApple>>(appleSignon("newcomer-a", "mine")),
-       OAuth2NativeSignonAction::signup, "3002"},
+      {own, std::make_shared<Google>(googleSignon("google-ordinary", "mine")), OAuth2NativeSignonAction::login, "1001"},
+      {own, std::make_shared<Apple>(appleSignon("newcomer-a", "mine")), OAuth2NativeSignonAction::signup, "3001"},
+      {signing, std::make_shared<Apple>(appleSignon("apple-managed", "mine")), OAuth2NativeSignonAction::login, "1003"},
+      {signing, std::make_shared<Google>(googleSignon("newcomer-g", "mine")), OAuth2NativeSignonAction::signup, "3002"},
   };
   for (const auto& c : cases) {
-    const auto signedIn = await(app->authentication.socialSignonExchangeSocialToken(*c.provider, {}));
+    const auto signedIn = await(c.service->socialSignonExchangeSocialToken(*c.provider, {}));
     ASSERT_TRUE(signedIn) << signedIn.error().description();
     EXPECT_EQ(signedIn->second, c.action);
     EXPECT_EQ(signedIn->first.deviceAuthData, DeviceAuthData{"mine"});
