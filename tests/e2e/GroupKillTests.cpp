@@ -75,15 +75,16 @@ class GroupKill : public GroupTest {
   /// Kills the victim somewhere in its refresh and gives what the survivors' callers got.
   std::vector<ProbeAnswer> playRound() {
     auto next = start("victim", {"poll=15"});
-    const bool victimFirst = random_() % 4 != 0;
-    const auto delay =
-        std::chrono::duration_cast<nanoseconds>(span_ * std::uniform_real_distribution(0.0, 1.1)(random_));
-    if (victimFirst) victim_->process.writeLine("get 1");
-    // A head start that lets the victim get to the lock before the others.
-    if (victimFirst) victim_->process.hasOutput(std::min(delay, nanoseconds(milliseconds(1))));
+    const auto share = [&](double most) {
+      return std::chrono::duration_cast<nanoseconds>(span_ * std::uniform_real_distribution(0.0, most)(random_));
+    };
+    const auto delay = share(1.1);
+    // A head start that lets the victim get to the lock before the others, most of the time.
+    const auto headStart = std::min(delay, share(0.4));
+    victim_->process.writeLine("get 1");
+    victim_->process.hasOutput(headStart);
     for (const auto& survivor : survivors_) survivor->process.writeLine("get 1");
-    if (!victimFirst) victim_->process.writeLine("get 1");
-    victim_->process.hasOutput(delay);
+    victim_->process.hasOutput(delay - headStart);
     victim_->process.kill();
     stored();
     std::vector<ProbeAnswer> answers;
