@@ -42,7 +42,9 @@ function(lx_set_options name)
     target_compile_options(${name} PRIVATE -Werror)
   endif()
   if(LX_SANITIZE)
-    target_compile_options(${name} PRIVATE -fsanitize=${LX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    # The check of virtual tables opens a pipe, so that it takes every object of a process without descriptors for none.
+    target_compile_options(${name} PRIVATE -fsanitize=${LX_SANITIZE} -fno-sanitize=vptr -fno-omit-frame-pointer
+                                           -fno-sanitize-recover=all)
     target_link_options(${name} PRIVATE -fsanitize=${LX_SANITIZE})
   endif()
 endfunction()

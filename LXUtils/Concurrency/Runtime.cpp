@@ -8,8 +8,6 @@ namespace {
 
 class LateJoiner {
  public:
-  ~LateJoiner() { joinAll(); }
-
   void add(std::thread thread) {
     const std::lock_guard lock(mutex_);
     threads_.push_back(std::move(thread));
@@ -32,10 +30,15 @@ class LateJoiner {
   std::vector<std::thread> threads_;
 };
 
+// Never destroyed: a thread that ends the last runtime may come here while the process is exiting already.
 LateJoiner& lateJoiner() {
-  static LateJoiner joiner;
-  return joiner;
+  static auto* const joiner = new LateJoiner;
+  return *joiner;
 }
+
+struct JoinAtExit {
+  ~JoinAtExit() { lateJoiner().joinAll(); }
+};
 
 }  // namespace
 
@@ -94,8 +97,7 @@ void WorkerPool::Core::loop() {
 std::shared_ptr<Runtime> Runtime::shared() {
   static std::mutex mutex;
   static std::weak_ptr<Runtime> current;
-  // Made before the first runtime, so that it outlives the last one.
-  lateJoiner();
+  static const JoinAtExit joinAtExit;
   // Outside the mutex: such a thread may ask for the runtime on its way out.
   joinEarlierThreads();
   const std::lock_guard lock(mutex);
