@@ -44,8 +44,8 @@ class StackClient final : public Client {
   }
 
   /// The stack answers on the main queue, which is this thread's to pump.
-  void acquire(std::counting_semaphore<>& free) override {
-    lx::MainQueue::shared()->runUntil([&] { return free.try_acquire(); }, std::chrono::seconds(60));
+  void acquire(Slots& free) override {
+    lx::MainQueue::shared()->runUntil([&] { return free.tryAcquire(); }, std::chrono::seconds(60));
   }
 
  private:
