@@ -39,18 +39,18 @@ Result<BackendDefaultEnvironment> BackendDefaultEnvironment::make(
     CorvaBackendEnvironment corva, InfoBackendEnvironment info, QuorrelBackendEnvironment quorrel,
     ThrubBackendEnvironment thrub, KestronaEditorBackendEnvironment kestronaEditor) {
   BackendDefaultEnvironment e;
-  e.domains = std::move(domains);
-  e.identity = std::move(identity);
-  e.sablet = std::move(sablet);
-  e.quorrel = std::move(quorrel);
-  e.auth = std::move(auth);
-  e.corva = std::move(corva);
-  e.info = std::move(info);
-  e.thrub = std::move(thrub);
-  e.kestronaEditor = std::move(kestronaEditor);
+  e.domains_ = std::move(domains);
+  e.identity_ = std::move(identity);
+  e.sablet_ = std::move(sablet);
+  e.quorrel_ = std::move(quorrel);
+  e.auth_ = std::move(auth);
+  e.corva_ = std::move(corva);
+  e.info_ = std::move(info);
+  e.thrub_ = std::move(thrub);
+  e.kestronaEditor_ = std::move(kestronaEditor);
 
   EnvironmentURLs urls;
-  const std::string& com = e.domains.comDomain;
+  const std::string& com = e.domains_.comDomain;
   const struct {
     URL BackendDefaultEnvironment::* field;
     std::string_view label;
@@ -96,6 +96,14 @@ Result<BackendDefaultEnvironment> BackendDefaultEnvironment::make(
       urls.absolute(join({"itms-apps://", deployment::appStoreReviewHost, page, "?action=write-review"}));
   e.appStorePageURL_ = urls.absolute(join({"https://", deployment::appStorePageHost, page}));
   return urls.finish(std::move(e));
+}
+
+// All other URLs follow from what is compared.
+bool BackendDefaultEnvironment::operator==(const BackendDefaultEnvironment& other) const {
+  return domains_ == other.domains_ && identity_ == other.identity_ && sablet_ == other.sablet_ &&
+         quorrel_ == other.quorrel_ && auth_ == other.auth_ && corva_ == other.corva_ && info_ == other.info_ &&
+         thrub_ == other.thrub_ && kestronaEditor_ == other.kestronaEditor_ &&
+         businessJoinOAuth2URL_ == other.businessJoinOAuth2URL_;
 }
 
 }  // namespace lx

@@ -59,11 +59,16 @@ Result<InfoBackendEnvironment> info(const BackendDomains& domains, std::string_v
 }
 
 Result<CorvaBackendEnvironment> corva(const BackendDomains& domains, std::string_view path) {
-  const bool ownSocket = domains.corvaSubdomain && CharacterSet::urlHostAllowed.containsAll(*domains.corvaSubdomain);
-  const std::string_view socketLabel = ownSocket ? std::string_view(*domains.corvaSubdomain) : deployment::corva;
+  const auto socketURL = [&](std::string_view label) {
+    return join({"wss://", label, ".", domains.comDomain, "/", path});
+  };
+  const auto& own = domains.corvaSubdomain;
+  const bool isUsable = own && !own->empty() && CharacterSet::urlHostAllowed.containsAll(*own) &&
+                        // What is allowed in a host need not make one: a colon begins the port.
+                        URL::makeAbsolute(socketURL(*own));
   EnvironmentURLs urls;
   return urls.finish(CorvaBackendEnvironment{
-      urls.absolute(join({"wss://", socketLabel, ".", domains.comDomain, "/", path})),
+      urls.absolute(socketURL(isUsable ? std::string_view(*own) : deployment::corva)),
       urls.absolute(https(deployment::corva, domains.comDomain)),
   });
 }

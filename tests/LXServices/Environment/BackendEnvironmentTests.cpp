@@ -160,6 +160,8 @@ TEST(BackendEnvironment, DeploymentsChooseTheDomainsAndTheWebSocket) {
       {{"c.test", "i.test", "a b"}, "c.test", "i.test", "corva"},
       {{"c.test", "i.test", "a/b"}, "c.test", "i.test", "corva"},
       {{"c.test", "i.test", "ü"}, "c.test", "i.test", "corva"},
+      {{"c.test", "i.test", "a:b"}, "c.test", "i.test", "corva"},
+      {{"c.test", "i.test", ""}, "c.test", "i.test", "corva"},
   };
   for (const auto& [given, com, io, socket] : cases) {
     const auto made = environment(given, Factory::iOSKeyboard());
@@ -171,8 +173,7 @@ TEST(BackendEnvironment, DeploymentsChooseTheDomainsAndTheWebSocket) {
 }
 
 TEST(BackendEnvironment, WhatCannotBeFormedFailsAsAWhole) {
-  const BackendDomains faulty[] = {
-      {"c test", "i.test", {}}, {"c.test", "i test", {}}, {"c.test:x", "i.test", {}}, {"c.test", "i.test", "a:b"}};
+  const BackendDomains faulty[] = {{"c test", "i.test", {}}, {"c.test", "i test", {}}, {"c.test:x", "i.test", {}}};
   for (const auto& given : faulty) {
     for (const auto& [name, factory] : Factory::presets()) {
       const auto made = BackendDefaultEnvironment::make(given, factory);
@@ -229,6 +230,7 @@ TEST(BackendEnvironment, TheBusinessJoinURLMayBeReplaced) {
   auto made = environment(domains, Factory::iOSApp());
   made.setBusinessJoinOAuth2URL(URL::make("https://join.test/").value());
   EXPECT_EQ(made.businessJoinOAuth2URL().string(), "https://join.test/");
+  EXPECT_FALSE(made == environment(domains, Factory::iOSApp()));
 }
 
 TEST(URLSchemeService, FormsTheAddressThatSignInComesBackTo) {
