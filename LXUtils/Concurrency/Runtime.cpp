@@ -1,4 +1,4 @@
-#include <atomic>
+#include <algorithm>
 #include <utility>
 
 #include "LXUtils/Concurrency/RuntimeInternal.h"
@@ -17,10 +17,9 @@ class LateJoiner {
     std::vector<std::thread> threads;
     {
       const std::lock_guard lock(mutex_);
-      for (auto& thread : threads_) {
-        if (thread.get_id() != std::this_thread::get_id()) threads.push_back(std::move(thread));
-      }
-      std::erase_if(threads_, [](const std::thread& thread) { return !thread.joinable(); });
+      // Two that are on the list would wait for each other.
+      if (std::ranges::count(threads_, std::this_thread::get_id(), &std::thread::get_id) > 0) return;
+      threads.swap(threads_);
     }
     for (auto& thread : threads) thread.join();
   }

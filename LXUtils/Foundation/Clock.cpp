@@ -1,6 +1,7 @@
 #include "LXUtils/Foundation/Clock.h"
 
 #include <mutex>
+#include <utility>
 
 #include "LXUtils/Concurrency/DispatchQueue.h"
 #include "LXUtils/Concurrency/RuntimeInternal.h"
@@ -11,6 +12,8 @@ namespace {
 
 class SystemClock final : public Clock {
  public:
+  explicit SystemClock(std::shared_ptr<Runtime> runtime) : runtime_(std::move(runtime)) {}
+
   Date now() const override {
     return std::chrono::time_point_cast<std::chrono::microseconds>(std::chrono::system_clock::now());
   }
@@ -31,7 +34,7 @@ class SystemClock final : public Clock {
   }
 
  private:
-  std::shared_ptr<Runtime> runtime_ = Runtime::shared();
+  const std::shared_ptr<Runtime> runtime_;
 };
 
 }  // namespace
@@ -41,10 +44,12 @@ Clock::SteadyTime systemSteadyNow() { return std::chrono::steady_clock::now(); }
 std::shared_ptr<Clock> Clock::system() {
   static std::mutex mutex;
   static std::weak_ptr<Clock> current;
+  // Before the lock: earlier threads are joined there, which may ask for the clock on their way out.
+  auto runtime = Runtime::shared();
   const std::lock_guard lock(mutex);
   auto clock = current.lock();
   if (!clock) {
-    clock = std::make_shared<SystemClock>();
+    clock = std::make_shared<SystemClock>(std::move(runtime));
     current = clock;
   }
   return clock;

@@ -23,17 +23,20 @@ constexpr Logger logger("system");
 std::shared_ptr<FolderWatch> FolderWatch::shared() {
   static std::mutex mutex;
   static std::weak_ptr<FolderWatch> current;
+  // Before the lock: earlier threads are joined there, which may come here on their way out.
+  auto runtime = Runtime::shared();
   const std::lock_guard lock(mutex);
   auto watch = current.lock();
   if (!watch) {
-    watch = std::make_shared<FolderWatch>();
+    watch = std::make_shared<FolderWatch>(std::move(runtime));
     watch->start();
     current = watch;
   }
   return watch;
 }
 
-FolderWatch::FolderWatch() : runtime_(Runtime::shared()), inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
+FolderWatch::FolderWatch(std::shared_ptr<Runtime> runtime)
+    : runtime_(std::move(runtime)), inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
 
 FolderWatch::~FolderWatch() {
   if (!inotify_.isOpen()) return;

@@ -29,7 +29,7 @@ class FolderWatch final : public std::enable_shared_from_this<FolderWatch> {
  public:
   static std::shared_ptr<FolderWatch> shared();
 
-  FolderWatch();
+  explicit FolderWatch(std::shared_ptr<Runtime> runtime);
   ~FolderWatch();
   FolderWatch(const FolderWatch&) = delete;
   FolderWatch& operator=(const FolderWatch&) = delete;
