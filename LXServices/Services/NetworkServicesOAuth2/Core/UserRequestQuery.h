@@ -1,6 +1,8 @@
 #pragma once
 
-#include <string_view>
+#include <array>
+
+#include "LXUtils/Foundation/RawValue.h"
 
 namespace lx {
 
@@ -10,20 +12,14 @@ struct UserRequestQuery {
   enum class Value { role };
 };
 
-constexpr std::string_view rawValue(UserRequestQuery::Parameter parameter) {
-  switch (parameter) {
-    case UserRequestQuery::Parameter::customField:
-      return "field";
-  }
-  return {};
-}
+template <>
+struct RawValues<UserRequestQuery::Parameter> {
+  static constexpr std::array rows{RawValueRow{UserRequestQuery::Parameter::customField, "field"}};
+};
 
-constexpr std::string_view rawValue(UserRequestQuery::Value value) {
-  switch (value) {
-    case UserRequestQuery::Value::role:
-      return "frontend_role";
-  }
-  return {};
-}
+template <>
+struct RawValues<UserRequestQuery::Value> {
+  static constexpr std::array rows{RawValueRow{UserRequestQuery::Value::role, "frontend_role"}};
+};
 
 }  // namespace lx
