@@ -67,22 +67,27 @@ template <class F, class T, class... First>
 using ValueAnswer = std::remove_cvref_t<decltype(applyValue(std::declval<F&>(), std::declval<const Result<T>&>(),
                                                             std::declval<First>()...))>;
 
+// A completed task's result, kept by whoever still looks at it: results pass from task to task without a copy.
 template <class T>
-class TaskState {
+using SharedResult = std::shared_ptr<const Result<T>>;
+
+template <class T>
+class TaskState : public std::enable_shared_from_this<TaskState<T>> {
  public:
-  using Continuation = std::move_only_function<void(const Result<T>&)>;
+  using Continuation = std::move_only_function<void(const SharedResult<T>&)>;
 
   void complete(Result<T> result) {
-    std::vector<Continuation> continuations;
-    std::move_only_function<void()> unused;
-    {
-      const std::lock_guard lock(mutex_);
-      if (result_) return;
-      result_.emplace(std::move(result));
-      continuations.swap(continuations_);
-      unused = std::move(cancelHandler_);
-    }
-    for (auto& continuation : continuations) continuation(*result_);
+    completeWith([&] {
+      own_.emplace(std::move(result));
+      return &*own_;
+    });
+  }
+
+  void completeAs(const SharedResult<T>& other) {
+    completeWith([&] {
+      source_ = other;
+      return other.get();
+    });
   }
 
   void cancel() {
@@ -111,7 +116,7 @@ class TaskState {
 
   bool isCompleted() const {
     const std::lock_guard lock(mutex_);
-    return result_.has_value();
+    return result_ != nullptr;
   }
 
   void whenCompleted(Continuation continuation) {
@@ -122,17 +127,37 @@ class TaskState {
         return;
       }
     }
-    continuation(*result_);
+    continuation(shared());
   }
 
   std::optional<Result<T>> result() const {
     const std::lock_guard lock(mutex_);
-    return result_;
+    return result_ ? std::optional(*result_) : std::nullopt;
   }
 
  private:
+  template <class Place>
+  void completeWith(const Place& place) {
+    std::vector<Continuation> continuations;
+    std::move_only_function<void()> unused;
+    {
+      const std::lock_guard lock(mutex_);
+      if (result_) return;
+      result_ = place();
+      continuations.swap(continuations_);
+      unused = std::move(cancelHandler_);
+    }
+    if (continuations.empty()) return;
+    const auto result = shared();
+    for (auto& continuation : continuations) continuation(result);
+  }
+
+  SharedResult<T> shared() { return SharedResult<T>(this->shared_from_this(), result_); }
+
   mutable std::mutex mutex_;
-  std::optional<Result<T>> result_;  // never changes again once it is set
+  const Result<T>* result_ = nullptr;  // never changes again once it is set; to own_ or into source_
+  std::optional<Result<T>> own_;
+  SharedResult<T> source_;
   std::vector<Continuation> continuations_;
   std::move_only_function<void()> cancelHandler_;
   bool isCancelled_ = false;
@@ -151,6 +176,8 @@ class TaskState {
 /// Cancelling a task made by a continuation cancels the task it was made from, too.
 template <class T>
 class Task {
+  using Shared = detail::SharedResult<T>;
+
  public:
   using Value = T;
 
@@ -182,11 +209,11 @@ class Task {
   template <class F>
   auto then(F f, QueueRef queue = {}) const {
     using U = typename detail::IsTask<detail::ValueAnswer<F, T>>::Value;
-    return chain<U>(std::move(queue), [f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
-      if (result) {
-        std::move(promise).follow(detail::applyValue(f, result));
+    return chain<U>(std::move(queue), [f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
+      if (*result) {
+        std::move(promise).follow(detail::applyValue(f, *result));
       } else {
-        promise.complete(fail(result.error()));
+        promise.complete(fail(result->error()));
       }
     });
   }
@@ -194,24 +221,25 @@ class Task {
   template <class Target, class F>
   auto then(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
     using U = typename detail::IsTask<detail::ValueAnswer<F, T, Target&>>::Value;
-    return chain<U>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
-                                                                                     Promise<U> promise) mutable {
-      if (!result) return promise.complete(fail(result.error()));
-      if (const auto alive = target.lock()) std::move(promise).follow(detail::applyValue(f, result, *alive));
-    });
+    return chain<U>(std::move(queue),
+                    [target = std::move(target), f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
+                      if (!*result) return promise.complete(fail(result->error()));
+                      if (const auto alive = target.lock())
+                        std::move(promise).follow(detail::applyValue(f, *result, *alive));
+                    });
   }
 
   /// The value that `f` makes of the value: `f(value) -> U`.
   template <class F>
   auto map(F f, QueueRef queue = {}) const {
     using U = detail::ValueAnswer<F, T>;
-    return chain<U>(std::move(queue), [f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
-      if (!result) return promise.complete(fail(result.error()));
+    return chain<U>(std::move(queue), [f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
+      if (!*result) return promise.complete(fail(result->error()));
       if constexpr (std::is_void_v<U>) {
-        detail::applyValue(f, result);
+        detail::applyValue(f, *result);
         promise.complete(Result<void>());
       } else {
-        promise.complete(detail::applyValue(f, result));
+        promise.complete(detail::applyValue(f, *result));
       }
     });
   }
@@ -219,57 +247,57 @@ class Task {
   template <class Target, class F>
   auto map(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
     using U = detail::ValueAnswer<F, T, Target&>;
-    return chain<U>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
-                                                                                     Promise<U> promise) mutable {
-      if (!result) return promise.complete(fail(result.error()));
-      const auto alive = target.lock();
-      if (!alive) return;
-      if constexpr (std::is_void_v<U>) {
-        detail::applyValue(f, result, *alive);
-        promise.complete(Result<void>());
-      } else {
-        promise.complete(detail::applyValue(f, result, *alive));
-      }
-    });
+    return chain<U>(std::move(queue),
+                    [target = std::move(target), f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
+                      if (!*result) return promise.complete(fail(result->error()));
+                      const auto alive = target.lock();
+                      if (!alive) return;
+                      if constexpr (std::is_void_v<U>) {
+                        detail::applyValue(f, *result, *alive);
+                        promise.complete(Result<void>());
+                      } else {
+                        promise.complete(detail::applyValue(f, *result, *alive));
+                      }
+                    });
   }
 
   /// As `map`, for an `f` that can fail: `f(value) -> Result<U>`.
   template <class F>
   auto decode(F f, QueueRef queue = {}) const {
     using U = typename detail::IsResult<detail::ValueAnswer<F, T>>::Value;
-    return chain<U>(std::move(queue), [f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
-      promise.complete(result ? detail::applyValue(f, result) : Result<U>(fail(result.error())));
+    return chain<U>(std::move(queue), [f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
+      promise.complete(*result ? detail::applyValue(f, *result) : Result<U>(fail(result->error())));
     });
   }
 
   template <class Target, class F>
   auto decode(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
     using U = typename detail::IsResult<detail::ValueAnswer<F, T, Target&>>::Value;
-    return chain<U>(std::move(queue), [target, f = std::move(f)](const Result<T>& result, Promise<U> promise) mutable {
-      if (!result) return promise.complete(fail(result.error()));
-      if (const auto alive = target.lock()) promise.complete(detail::applyValue(f, result, *alive));
+    return chain<U>(std::move(queue), [target, f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
+      if (!*result) return promise.complete(fail(result->error()));
+      if (const auto alive = target.lock()) promise.complete(detail::applyValue(f, *result, *alive));
     });
   }
 
   /// Puts the task that `f` returns for the error in the error's place: `f(error) -> Task<T>`.
   template <class F>
   Task catch_(F f, QueueRef queue = {}) const {
-    return chain<T>(std::move(queue), [f = std::move(f)](const Result<T>& result, Promise<T> promise) mutable {
-      if (result) {
-        promise.complete(result);
+    return chain<T>(std::move(queue), [f = std::move(f)](const Shared& result, Promise<T> promise) mutable {
+      if (*result) {
+        promise.completeAs(result);
       } else {
-        std::move(promise).follow(f(result.error()));
+        std::move(promise).follow(f(result->error()));
       }
     });
   }
 
   template <class Target, class F>
   Task catch_(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return chain<T>(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result,
-                                                                                     Promise<T> promise) mutable {
-      if (result) return promise.complete(result);
-      if (const auto alive = target.lock()) std::move(promise).follow(f(*alive, result.error()));
-    });
+    return chain<T>(std::move(queue),
+                    [target = std::move(target), f = std::move(f)](const Shared& result, Promise<T> promise) mutable {
+                      if (*result) return promise.completeAs(result);
+                      if (const auto alive = target.lock()) std::move(promise).follow(f(*alive, result->error()));
+                    });
   }
 
   /// Side effects, which see the value, the error or the whole result; the result passes on after them.
@@ -324,8 +352,8 @@ class Task {
 
   explicit Task(std::shared_ptr<detail::TaskState<T>> state) : state_(std::move(state)) {}
 
-  // A new task that `step(result, promise)` completes. A step that lets go of its promise cancels the new task. Once
-  // that is cancelled its step is not taken any more, unless the step is needed for what it does besides.
+  // A new task that `step(shared result, promise)` completes. A step that lets go of its promise cancels the new task.
+  // Once that is cancelled its step is not taken any more, unless the step is needed for what it does besides.
   template <class U, class Step>
   Task<U> chain(QueueRef queue, Step step, bool needsStep = false) const {
     Promise<U> promise;
@@ -335,14 +363,14 @@ class Task {
     });
     if (queue) {
       state_->whenCompleted([queue = std::move(queue), needsStep, step = std::move(step),
-                             promise = std::move(promise)](const Result<T>& result) mutable {
+                             promise = std::move(promise)](const Shared& result) mutable {
         queue->async([result, needsStep, step = std::move(step), promise = std::move(promise)]() mutable {
           if (needsStep || !promise.isCompleted()) step(result, std::move(promise));
         });
       });
     } else {
       state_->whenCompleted(
-          [needsStep, step = std::move(step), promise = std::move(promise)](const Result<T>& result) mutable {
+          [needsStep, step = std::move(step), promise = std::move(promise)](const Shared& result) mutable {
             if (needsStep || !promise.isCompleted()) step(result, std::move(promise));
           });
     }
@@ -353,9 +381,9 @@ class Task {
   Task observe(QueueRef queue, Effect effect) const {
     return chain<T>(
         std::move(queue),
-        [effect = std::move(effect)](const Result<T>& result, Promise<T> promise) mutable {
-          effect(result);
-          promise.complete(result);
+        [effect = std::move(effect)](const Shared& result, Promise<T> promise) mutable {
+          effect(*result);
+          promise.completeAs(result);
         },
         true);
   }
@@ -393,7 +421,7 @@ class Promise {
       if (const auto alive = upstream.lock()) alive->cancel();
     });
     other.state_->whenCompleted(
-        [promise = std::move(*this)](const Result<T>& result) mutable { promise.complete(result); });
+        [promise = std::move(*this)](const detail::SharedResult<T>& result) mutable { promise.completeAs(result); });
   }
 
   /// This promise as a completion. Letting go of the completion uncalled cancels the task.
@@ -402,6 +430,12 @@ class Promise {
   }
 
  private:
+  template <class>
+  friend class Task;
+
+  // With the result of another task, which is shared with it.
+  void completeAs(const detail::SharedResult<T>& result) { state_->completeAs(result); }
+
   void abandon() {
     if (state_) state_->complete(fail(TaskError::cancelled));
   }

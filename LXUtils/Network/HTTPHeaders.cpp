@@ -50,9 +50,10 @@ void HTTPHeaders::add(std::string_view name, std::string value) {
   fields_.emplace_back(std::string(name), std::move(value));
 }
 
-void HTTPHeaders::attach(const HTTPHeaders& other) {
-  fields_.reserve(fields_.size() + other.fields_.size());
-  for (const auto& [name, value] : other.fields_) set(name, value);
+void HTTPHeaders::attach(HTTPHeaders other) {
+  // With room for one more, since a signed request gets its token next.
+  fields_.reserve(fields_.size() + other.fields_.size() + 1);
+  for (auto& [name, value] : other.fields_) set(name, std::move(value));
 }
 
 void HTTPHeaders::remove(std::string_view name) { std::erase_if(fields_, named(name)); }

@@ -23,7 +23,7 @@ class HTTPHeaders {
   void add(std::string_view name, std::string value);
 
   /// Sets every field of `other`; those win over fields of the same name that are here.
-  void attach(const HTTPHeaders& other);
+  void attach(HTTPHeaders other);
 
   void remove(std::string_view name);
 

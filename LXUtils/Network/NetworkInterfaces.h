@@ -32,8 +32,8 @@ class RetryPolicy {
   virtual RetryAction resolveRetryAction(const URLRequest& request, const NetworkResponse& networkResponse) const = 0;
   virtual RetryAction resolveRetryAction(const URLRequest& request, const Error& error) const = 0;
 
-  /// The call is over, however it ended: nothing about the request needs to be kept.
-  virtual void requestDidEnd(const URLRequest& request) const = 0;
+  /// The call of that identity is over, however it ended: nothing about it needs to be kept.
+  virtual void callDidEnd(const RequestIdentity& identity) const = 0;
 };
 
 /// Sees every outcome of a network service's requests and completes with what the caller is to get, perhaps after
@@ -41,13 +41,13 @@ class RetryPolicy {
 class RequestRetrier {
  public:
   virtual ~RequestRetrier() = default;
-  virtual void retryIfNeeded(const QueueRef& queue, URLRequest request, NetworkResponse networkResponse,
+  virtual void retryIfNeeded(const QueueRef& queue, URLRequest request, const NetworkResponse& networkResponse,
                              Completion<NetworkResponse> completion) = 0;
-  virtual void retryIfNeeded(const QueueRef& queue, URLRequest request, Error error,
+  virtual void retryIfNeeded(const QueueRef& queue, URLRequest request, const Error& error,
                              Completion<NetworkResponse> completion) = 0;
 
-  /// The call is over, however it ended.
-  virtual void requestDidEnd(const URLRequest& request) = 0;
+  /// The call of that identity is over, however it ended. Any thread.
+  virtual void callDidEnd(const RequestIdentity& identity) = 0;
 };
 
 }  // namespace lx

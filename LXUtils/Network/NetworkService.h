@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LXUtils/Concurrency/OperationQueue.h"
 #include "LXUtils/Concurrency/Task.h"
 #include "LXUtils/Network/NetworkInterfaces.h"
 #include "LXUtils/Network/NetworkResponseAnalysis.h"
@@ -23,18 +24,21 @@ class NetworkService {
   virtual void authorizeAndLoad(URLRequest request, Completion<NetworkResponse> completion) = 0;
   virtual void load(URLRequest request, Completion<NetworkResponse> completion) = 0;
 
-  /// Fails for a status outside 200 to 299, a missing body and a body that is not the JSON of a T.
+  /// Fails for a status outside 200 to 299, a missing body and a body that is not the JSON of a T. Decodes, and
+  /// completes, on the main queue.
   template <class T>
   Task<T> authorizeAndLoadJSON(URLRequest request) {
     return authorizeAndLoad(std::move(request))
-        .decode(analyzeNetworkResponse())
+        .decode(analyzeNetworkResponse(), OperationQueue::main())
         .decode(&decodeData)
         .decode(decodeJSONBody<T>);
   }
 
-  /// Fails for a status outside 200 to 299; the body does not matter.
+  /// Fails for a status outside 200 to 299; the body does not matter. Completes on the main queue.
   Task<void> authorizeAndLoadVoid(URLRequest request) {
-    return authorizeAndLoad(std::move(request)).decode(analyzeNetworkResponse()).map([](const NetworkResponse&) {});
+    return authorizeAndLoad(std::move(request))
+        .decode(analyzeNetworkResponse(), OperationQueue::main())
+        .map([](const NetworkResponse&) {});
   }
 };
 

@@ -5,38 +5,43 @@
 
 namespace lx {
 
-// The identity of a call, which also holds the transfer that is under way for it.
+// The identity of a call, which also holds the transfer that is under way for it, and who has to forget it.
 class NetworkServiceImpl::Call final : public RequestIdentity {
  public:
+  explicit Call(std::shared_ptr<RequestRetrier> retrier) : retrier_(std::move(retrier)) {}
+
+  RequestRetrier* retrier() const { return retrier_.get(); }
+
   void setTransfer(const Task<NetworkResponse>& transfer) {
     transfer_.withLock([&](auto& current) { current = transfer; });
     // The call may have been cancelled while its request was on the way to the session.
     if (hasEnded()) transfer.cancel();
   }
 
-  void cancelTransfer() {
+  void finish() {
+    end();
     const auto transfer = transfer_.withLock([](auto& current) { return std::exchange(current, std::nullopt); });
     if (transfer) transfer->cancel();
+    if (retrier_) retrier_->callDidEnd(*this);
   }
 
  private:
+  const std::shared_ptr<RequestRetrier> retrier_;
   Protected<std::optional<Task<NetworkResponse>>> transfer_;
 };
 
 // Ends the call when its completion has been called or let go of.
 class NetworkServiceImpl::CallEnd {
  public:
-  CallEnd(std::weak_ptr<NetworkServiceImpl> service, URLRequest request)
-      : service_(std::move(service)), request_(std::move(request)) {}
+  explicit CallEnd(std::shared_ptr<Call> call) : call_(std::move(call)) {}
   CallEnd(CallEnd&& other) noexcept = default;
   CallEnd& operator=(CallEnd&&) = delete;
   ~CallEnd() {
-    if (const auto service = service_.lock()) service->endCall(request_);
+    if (call_) call_->finish();
   }
 
  private:
-  std::weak_ptr<NetworkServiceImpl> service_;  // empty in what was moved from
-  URLRequest request_;
+  std::shared_ptr<Call> call_;  // empty in what was moved from
 };
 
 std::shared_ptr<NetworkServiceImpl> NetworkServiceImpl::make(std::shared_ptr<URLSession> session,
@@ -77,31 +82,22 @@ void NetworkServiceImpl::load(URLRequest request, Completion<NetworkResponse> co
 }
 
 Task<NetworkResponse> NetworkServiceImpl::startCall(URLRequest request, Attempt attempt) {
-  const auto call = std::make_shared<Call>();
+  const auto call = std::make_shared<Call>(retrier_.withLock([](const auto& current) { return current; }));
   request.identity = call;
   Promise<NetworkResponse> promise;
   const auto task = promise.task();
-  const auto self = weak_from_this();
-  promise.onCancel([self, request] {
-    if (const auto alive = self.lock()) alive->endCall(request);
+  promise.onCancel([weak = std::weak_ptr(call)] {
+    if (const auto cancelled = weak.lock()) cancelled->finish();
   });
-  (this->*attempt)(
-      request, [end = CallEnd(self, request), promise = std::move(promise)](Result<NetworkResponse> result) mutable {
-        // Ends before the caller hears of it.
-        {
-          const CallEnd now = std::move(end);
-        }
-        promise.complete(std::move(result));
-      });
+  (this->*attempt)(std::move(request),
+                   [end = CallEnd(call), promise = std::move(promise)](Result<NetworkResponse> result) mutable {
+                     // Ends before the caller hears of it.
+                     {
+                       const CallEnd now = std::move(end);
+                     }
+                     promise.complete(std::move(result));
+                   });
   return task;
-}
-
-void NetworkServiceImpl::endCall(const URLRequest& request) {
-  request.identity->end();
-  static_cast<Call&>(*request.identity).cancelTransfer();
-  if (const auto retrier = retrier_.withLock([](const auto& current) { return current; })) {
-    retrier->requestDidEnd(request);
-  }
 }
 
 void NetworkServiceImpl::authorizeAndSend(URLRequest request, Completion<NetworkResponse> completion) {
@@ -115,6 +111,8 @@ void NetworkServiceImpl::authorizeAndSend(URLRequest request, Completion<Network
           authorized->identity = std::move(identity);
           return alive->send(*std::move(authorized), std::move(completion));
         }
+        alive->logger_.log(1, "A request was not sent for want of an authorization", authorized.error().typeName(),
+                           "authorizeAndLoad(request:)");
         alive->delegateQueue_->async([completion = std::move(completion), error = authorized.error()]() mutable {
           completion(fail(std::move(error)));
         });
@@ -138,14 +136,14 @@ void NetworkServiceImpl::send(URLRequest request, Completion<NetworkResponse> co
 void NetworkServiceImpl::judge(URLRequest request, const Result<NetworkResponse>& outcome,
                                Completion<NetworkResponse> completion) {
   if (request.identity->hasEnded()) return;
-  const auto retrier = retrier_.withLock([](const auto& current) { return current; });
+  const auto call = std::static_pointer_cast<Call>(request.identity);
   // A cancelled transfer is no failure of the request, so there is nothing to try again.
   const bool isCancelled = !outcome && outcome.error().is(TaskError::cancelled);
-  if (!retrier || isCancelled) return completion(outcome);
+  if (!call->retrier() || isCancelled) return completion(outcome);
   if (outcome) {
-    retrier->retryIfNeeded(delegateQueue_, std::move(request), *outcome, std::move(completion));
+    call->retrier()->retryIfNeeded(delegateQueue_, std::move(request), *outcome, std::move(completion));
   } else {
-    retrier->retryIfNeeded(delegateQueue_, std::move(request), outcome.error(), std::move(completion));
+    call->retrier()->retryIfNeeded(delegateQueue_, std::move(request), outcome.error(), std::move(completion));
   }
 }
 

@@ -12,9 +12,9 @@ namespace lx {
 /// Sends requests through a session, prepared by an authorizer and judged by a retrier.
 ///
 /// A call is everything from the caller's request to its answer: the service gives its copy of the request an identity
-/// that all attempts share. When a call is cancelled its transfer ends, nothing more is sent for it, and the retrier
-/// forgets it. Sessions and authorizers answer on any thread; the retrier is asked, and the caller answered, on the
-/// delegate queue.
+/// that all attempts share, and asks the retrier that is set then. When a call ends, however it does, its transfer ends
+/// with it, nothing more is sent for it, and the retrier forgets it. Sessions and authorizers answer on any thread; the
+/// retrier is asked, and the caller answered, on the delegate queue.
 class NetworkServiceImpl final : public NetworkService, public std::enable_shared_from_this<NetworkServiceImpl> {
  public:
   static std::shared_ptr<NetworkServiceImpl> make(std::shared_ptr<URLSession> session,
@@ -39,7 +39,6 @@ class NetworkServiceImpl final : public NetworkService, public std::enable_share
   class CallEnd;
 
   Task<NetworkResponse> startCall(URLRequest request, Attempt attempt);
-  void endCall(const URLRequest& request);
   void authorizeAndSend(URLRequest request, Completion<NetworkResponse> completion);
   void send(URLRequest request, Completion<NetworkResponse> completion);
   void judge(URLRequest request, const Result<NetworkResponse>& outcome, Completion<NetworkResponse> completion);

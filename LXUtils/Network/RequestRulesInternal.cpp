@@ -1,7 +1,5 @@
 #include "LXUtils/Network/RequestRulesInternal.h"
 
-#include <algorithm>
-
 #include "LXUtils/Foundation/PercentEncoding.h"
 
 namespace lx {
@@ -12,9 +10,8 @@ constexpr CharacterSet tokenCharacters{"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmn
 
 bool isToken(std::string_view text) { return !text.empty() && tokenCharacters.containsAll(text); }
 
-bool breaksOut(std::string_view value) {
-  return std::ranges::any_of(value, [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
-}
+// Three searches: each runs over whole words, unlike one that compares every character three times.
+bool breaksOut(std::string_view value) { return value.contains('\r') || value.contains('\n') || value.contains('\0'); }
 
 URLSessionError invalid(const char* details) { return {URLSessionError::Kind::invalidRequest, details}; }
 

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "LXServices/Services/NetworkServicesOAuth2/Core/JSONRequest.h"
+#include "LXUtils/Concurrency/OperationQueue.h"
 #include "LXUtils/Foundation/URLQueryParameters.h"
 
 namespace lx {
@@ -45,7 +46,7 @@ Task<OAuthCodeExchangeResponse> OAuthServiceImpl::exchangeCode(const std::string
       ->authorizeAndLoad(
           requestFactory_.make("v3/api/unified-login/code/exchange",
                                ExchangeCodeRequest{.code = code, .codeVerifier = codeVerifier, .cliendID = clientID}))
-      .decode(analyzeNetworkResponse())
+      .decode(analyzeNetworkResponse(), OperationQueue::main())
       .decode(&OAuthCodeExchangeResponse::make);
 }
 

@@ -22,7 +22,7 @@ void OAuth2RequestAuthorizer::authorize(URLRequest request, Completion<URLReques
         const auto alive = self.lock();
         if (!alive) return;
         if (!credentials) return callback(fail(credentials.error()));
-        alive->requestSigner_->sign(request, credentials->accessToken, std::move(callback));
+        alive->requestSigner_->sign(std::move(request), credentials->accessToken, std::move(callback));
       });
 }
 

@@ -44,21 +44,21 @@ void RequestRetrierImpl::setCredentialsRefresher(std::weak_ptr<OAuth2Credentials
   collaborators_.withLock([&](auto& current) { current.credentialsRefresher.swap(credentialsRefresher); });
 }
 
-void RequestRetrierImpl::retryIfNeeded(const QueueRef& queue, URLRequest request, NetworkResponse networkResponse,
-                                       Completion<NetworkResponse> completion) {
+void RequestRetrierImpl::retryIfNeeded(const QueueRef& queue, URLRequest request,
+                                       const NetworkResponse& networkResponse, Completion<NetworkResponse> completion) {
   auto action = retryPolicy_->resolveRetryAction(request, networkResponse);
   logRetry(action, "retryIfNeeded(on:request:networkResponse:completion:)");
   carryOut(std::move(action), queue, std::move(request), std::move(completion));
 }
 
-void RequestRetrierImpl::retryIfNeeded(const QueueRef& queue, URLRequest request, Error error,
+void RequestRetrierImpl::retryIfNeeded(const QueueRef& queue, URLRequest request, const Error& error,
                                        Completion<NetworkResponse> completion) {
   auto action = retryPolicy_->resolveRetryAction(request, error);
   logRetry(action, "retryIfNeeded(on:request:error:completion:)");
   carryOut(std::move(action), queue, std::move(request), std::move(completion));
 }
 
-void RequestRetrierImpl::requestDidEnd(const URLRequest& request) { retryPolicy_->requestDidEnd(request); }
+void RequestRetrierImpl::callDidEnd(const RequestIdentity& identity) { retryPolicy_->callDidEnd(identity); }
 
 void RequestRetrierImpl::carryOut(RetryAction action, const QueueRef& queue, URLRequest request,
                                   Completion<NetworkResponse> completion) {
@@ -70,7 +70,8 @@ void RequestRetrierImpl::carryOut(RetryAction action, const QueueRef& queue, URL
                 delayOf(refresh.descriptor), queue,
                 [collaborators, queue, request = std::move(request), completion = std::move(completion)]() mutable {
                   const auto refresher = collaborators.credentialsRefresher.lock();
-                  if (!refresher || isAbandoned(request)) return;
+                  // Without the service nobody could send the request, and the refresh would be for nothing.
+                  if (!refresher || collaborators.networkService.expired() || isAbandoned(request)) return;
                   refreshThenSend(*refresher, collaborators.networkService, queue, std::move(request),
                                   std::move(completion));
                 });

@@ -23,11 +23,11 @@ class RequestRetrierImpl final : public RequestRetrier {
   void setNetworkService(std::weak_ptr<NetworkService> networkService);
   void setCredentialsRefresher(std::weak_ptr<OAuth2CredentialsRefresher> credentialsRefresher);
 
-  void retryIfNeeded(const QueueRef& queue, URLRequest request, NetworkResponse networkResponse,
+  void retryIfNeeded(const QueueRef& queue, URLRequest request, const NetworkResponse& networkResponse,
                      Completion<NetworkResponse> completion) override;
-  void retryIfNeeded(const QueueRef& queue, URLRequest request, Error error,
+  void retryIfNeeded(const QueueRef& queue, URLRequest request, const Error& error,
                      Completion<NetworkResponse> completion) override;
-  void requestDidEnd(const URLRequest& request) override;
+  void callDidEnd(const RequestIdentity& identity) override;
 
  private:
   struct Collaborators {

@@ -39,9 +39,7 @@ RetryAction LooseRetryPolicy::resolveRetryAction(const URLRequest& request, cons
   return retryAfterError(*progressionManager_, request, error);
 }
 
-void LooseRetryPolicy::requestDidEnd(const URLRequest& request) const {
-  progressionManager_->resetRetryProgression(request);
-}
+void LooseRetryPolicy::callDidEnd(const RequestIdentity& identity) const { progressionManager_->forget(identity); }
 
 OAuth2RetryPolicy::OAuth2RetryPolicy(LooseRetryPolicy looseRetryPolicy,
                                      std::shared_ptr<RetryProgressionManager> progressionManager)
@@ -68,9 +66,9 @@ RetryAction OAuth2RetryPolicy::resolveRetryAction(const URLRequest& request, con
   return retryAfterError(*progressionManager_, request, error);
 }
 
-void OAuth2RetryPolicy::requestDidEnd(const URLRequest& request) const {
-  looseRetryPolicy_.requestDidEnd(request);
-  progressionManager_->resetRetryProgression(request);
+void OAuth2RetryPolicy::callDidEnd(const RequestIdentity& identity) const {
+  looseRetryPolicy_.callDidEnd(identity);
+  progressionManager_->forget(identity);
 }
 
 AuthenticationServiceOAuth2RetryPolicy::AuthenticationServiceOAuth2RetryPolicy(
@@ -81,11 +79,7 @@ RetryAction AuthenticationServiceOAuth2RetryPolicy::resolveRetryAction(const URL
                                                                        const NetworkResponse& networkResponse) const {
   if (networkError(networkResponse.statusCode) == NetworkError::unauthorized && networkResponse.body) {
     const auto info = decodeJSON<AuthenticationErrorInfo>(*networkResponse.body);
-    if (info && info->message != "user_not_authorized") {
-      // What earlier attempts of this call counted has to go as well.
-      childRetryPolicy_->requestDidEnd(request);
-      return {RetryAction::GiveResponseBack{networkResponse}};
-    }
+    if (info && info->message != "user_not_authorized") return {RetryAction::GiveResponseBack{networkResponse}};
   }
   return childRetryPolicy_->resolveRetryAction(request, networkResponse);
 }
@@ -95,8 +89,8 @@ RetryAction AuthenticationServiceOAuth2RetryPolicy::resolveRetryAction(const URL
   return childRetryPolicy_->resolveRetryAction(request, error);
 }
 
-void AuthenticationServiceOAuth2RetryPolicy::requestDidEnd(const URLRequest& request) const {
-  childRetryPolicy_->requestDidEnd(request);
+void AuthenticationServiceOAuth2RetryPolicy::callDidEnd(const RequestIdentity& identity) const {
+  childRetryPolicy_->callDidEnd(identity);
 }
 
 }  // namespace lx

@@ -10,26 +10,25 @@ namespace lx {
 URLRequestSignerOAuth2Impl::URLRequestSignerOAuth2Impl(std::shared_ptr<const HeadersProviderOAuth2> headersProvider)
     : headersProvider_(std::move(headersProvider)) {}
 
-void URLRequestSignerOAuth2Impl::sign(const URLRequest& request, std::string_view accessToken,
+void URLRequestSignerOAuth2Impl::sign(URLRequest request, std::string_view accessToken,
                                       std::move_only_function<void(URLRequest)> callback) const {
-  const std::string_view scheme = request.url ? request.url->scheme() : std::string_view();
-  URLRequest signedRequest = request;
+  const std::string scheme(request.url ? request.url->scheme() : "");
   if (scheme == "http" || scheme == "https") {
-    signedRequest.headers.attach(headersProvider_->getCommonHTTPHeaders());
+    request.headers.attach(headersProvider_->getCommonHTTPHeaders());
     // After the headers, so that no header of the same name takes its place.
-    signedRequest.headers.set(HTTPHeaderName::authorization, HTTPHeaderKnownValues::bearer(accessToken));
+    request.headers.set(HTTPHeaderName::authorization, HTTPHeaderKnownValues::bearer(accessToken));
   } else if (scheme == "ws" || scheme == "wss") {
     URLQueryParameters parameters(*request.url);
     parameters.setValue(accessToken, URLQueryParameters::KnownParameters::accessToken);
-    signedRequest.url = parameters.applied(*request.url);
-    signedRequest.headers.attach(headersProvider_->getCommonWSSHeaders());
+    request.url = parameters.applied(*request.url);
+    request.headers.attach(headersProvider_->getCommonWSSHeaders());
   } else {
-    logger_.log(4,
-                "Received request with scheme for which authorization is not implemented: " +
-                    std::string(scheme.empty() ? "nil" : scheme),
-                "sign(request:accessToken:callback:)");
+    logger_.log(
+        4,
+        "Received request with scheme for which authorization is not implemented: " + (scheme.empty() ? "nil" : scheme),
+        "sign(request:accessToken:callback:)");
   }
-  callback(std::move(signedRequest));
+  callback(std::move(request));
 }
 
 }  // namespace lx

@@ -14,8 +14,8 @@ class URLRequestSignerOAuth2 {
  public:
   virtual ~URLRequestSignerOAuth2() = default;
 
-  /// Calls back once, before it returns, with the signed copy. Never fails.
-  virtual void sign(const URLRequest& request, std::string_view accessToken,
+  /// Calls back once, before it returns, with the signed request. Never fails.
+  virtual void sign(URLRequest request, std::string_view accessToken,
                     std::move_only_function<void(URLRequest)> callback) const = 0;
 };
 
@@ -31,7 +31,7 @@ class URLRequestSignerOAuth2Impl final : public URLRequestSignerOAuth2 {
  public:
   explicit URLRequestSignerOAuth2Impl(std::shared_ptr<const HeadersProviderOAuth2> headersProvider);
 
-  void sign(const URLRequest& request, std::string_view accessToken,
+  void sign(URLRequest request, std::string_view accessToken,
             std::move_only_function<void(URLRequest)> callback) const override;
 
  private:

@@ -7,6 +7,7 @@
 #include "LXUtils/Foundation/Data.h"
 #include "LXUtils/Foundation/Digest.h"
 #include "LXUtils/Foundation/PercentEncoding.h"
+#include "LXUtils/Logging/Logger.h"
 #include "LXUtils/Network/NetworkServiceError.h"
 
 namespace lx {
@@ -47,7 +48,11 @@ void recordExchange(FileLock& lock, const OAuth2Credentials& credentials) {
   std::string notes = digest(credentials) + "\n";
   const auto earlier = lock.contents();
   if (earlier) notes.append(*earlier, 0, (rememberedExchanges - 1) * notes.size());
-  static_cast<void>(lock.setContents(notes));
+  if (const auto noted = lock.setContents(notes); !noted) {
+    // The other processes of the group may then send a refresh that the server refuses, and look into the store.
+    Logger::oauth2.log(3, "The exchange of credentials could not be noted", noted.error().typeName(),
+                       "recordExchange()");
+  }
 }
 
 bool wereExchanged(const FileLock& lock, const OAuth2Credentials& credentials) {
