@@ -53,7 +53,7 @@ UserServiceImpl::UserServiceImpl(std::shared_ptr<NetworkService> networkService,
 
 Task<UserServiceFetchUserResponse> UserServiceImpl::fetchUser(const Parameters& parameters) {
   return networkService_->authorizeAndLoad(requestFactory_.fetchUser(parameters))
-      .decode(analyzeAuthResponse(), OperationQueue::main())
+      .decode(analyzeAuthResponse())
       .decode(&UserServiceFetchUserResponse::make);
 }
 
@@ -72,7 +72,7 @@ UserServiceOAuth2Impl::UserServiceOAuth2Impl(std::shared_ptr<NetworkService> net
 
 Task<UserServiceFetchUserResponse> UserServiceOAuth2Impl::fetchUser() {
   return networkService_->authorizeAndLoad(requestFactory_.fetchUser())
-      .decode(analyzeAuthResponse(), OperationQueue::main())
+      .decode(analyzeAuthResponse())
       .decode(&UserServiceFetchUserResponse::make);
 }
 
@@ -87,7 +87,7 @@ Task<OrAnonymousService::Answer> OrAnonymousServiceImpl::auth() {
   return networkService_
       ->authorizeAndLoad(URLRequest(HTTPMethod::post, authServerURL_.appendingPath("/v3/user/oranonymous"),
                                     HTTPContentType::jsonWithUTF8))
-      .decode(analyzeAuthResponse(), OperationQueue::main())
+      .decode(analyzeAuthResponse())
       .decode(&OrAnonymousResponse::make)
       .map(
           [](const OrAnonymousResponse& response) {

@@ -17,14 +17,17 @@ std::vector<HTTPCookie> NetworkResponse::cookies() const {
 }
 
 std::optional<std::string> NetworkResponse::cookieValue(HTTPCookieName name) const {
-  std::optional<std::string> value;
-  const Date now = Clock::system()->now();
+  // A cookie that expired just now by this device's clock may be good: the clock may be ahead of the server's.
+  const Date longPast = Clock::system()->now() - std::chrono::days(1);
+  std::vector<HTTPCookie> left;
   for (auto& cookie : cookies()) {
     if (cookie.name != name.rawValue) continue;
-    const bool isDeletion = cookie.expires && *cookie.expires <= now;
-    value = isDeletion ? std::nullopt : std::optional(std::move(cookie.value));
+    std::erase_if(left, [&](const HTTPCookie& earlier) {
+      return earlier.domain == cookie.domain && earlier.hostOnly == cookie.hostOnly && earlier.path == cookie.path;
+    });
+    if (!cookie.expires || *cookie.expires > longPast) left.push_back(std::move(cookie));
   }
-  return value;
+  return left.empty() ? std::nullopt : std::optional(std::move(left.back().value));
 }
 
 }  // namespace lx

@@ -28,8 +28,8 @@ struct NetworkResponse {
   /// The cookies of the response's own Set-Cookie headers, in their order, whatever a jar makes of them.
   std::vector<HTTPCookie> cookies() const;
 
-  /// The value of the last cookie of that name: a later Set-Cookie replaces an earlier one, and one that has expired
-  /// takes it away.
+  /// The value of the last cookie of that name. A later Set-Cookie replaces an earlier one of the same domain and path
+  /// (RFC 6265, section 5.3); one that expired more than a day ago takes it away.
   std::optional<std::string> cookieValue(HTTPCookieName name) const;
 };
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "LXUtils/Concurrency/OperationQueue.h"
 #include "LXUtils/Concurrency/Task.h"
 #include "LXUtils/Network/NetworkInterfaces.h"
 #include "LXUtils/Network/NetworkResponseAnalysis.h"
@@ -24,21 +23,18 @@ class NetworkService {
   virtual void authorizeAndLoad(URLRequest request, Completion<NetworkResponse> completion) = 0;
   virtual void load(URLRequest request, Completion<NetworkResponse> completion) = 0;
 
-  /// Fails for a status outside 200 to 299, a missing body and a body that is not the JSON of a T. Decodes, and
-  /// completes, on the main queue.
+  /// Fails for a status outside 200 to 299, a missing body and a body that is not the JSON of a T.
   template <class T>
   Task<T> authorizeAndLoadJSON(URLRequest request) {
     return authorizeAndLoad(std::move(request))
-        .decode(analyzeNetworkResponse(), OperationQueue::main())
+        .decode(analyzeNetworkResponse())
         .decode(&decodeData)
         .decode(decodeJSONBody<T>);
   }
 
-  /// Fails for a status outside 200 to 299; the body does not matter. Completes on the main queue.
+  /// Fails for a status outside 200 to 299; the body does not matter.
   Task<void> authorizeAndLoadVoid(URLRequest request) {
-    return authorizeAndLoad(std::move(request))
-        .decode(analyzeNetworkResponse(), OperationQueue::main())
-        .map([](const NetworkResponse&) {});
+    return authorizeAndLoad(std::move(request)).decode(analyzeNetworkResponse()).map([](const NetworkResponse&) {});
   }
 };
 

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "LXServices/Services/NetworkServicesOAuth2/Core/JSONRequest.h"
-#include "LXUtils/Concurrency/OperationQueue.h"
 #include "LXUtils/Foundation/URLQueryParameters.h"
 
 namespace lx {
@@ -46,7 +45,7 @@ Task<OAuthCodeExchangeResponse> OAuthServiceImpl::exchangeCode(const std::string
       ->authorizeAndLoad(
           requestFactory_.make("v3/api/unified-login/code/exchange",
                                ExchangeCodeRequest{.code = code, .codeVerifier = codeVerifier, .cliendID = clientID}))
-      .decode(analyzeNetworkResponse(), OperationQueue::main())
+      .decode(analyzeNetworkResponse())
       .decode(&OAuthCodeExchangeResponse::make);
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "LXUtils/Network/HTTPCookieStorage.h"
+#include "LXUtils/Network/NetworkResponse.h"
 
 namespace lx {
 namespace {
@@ -192,6 +193,20 @@ TEST(HTTPCookieStorage, KeepsWithinItsLimitsAndDropsTheLeastRecentlyUsed) {
     jar.receive("https://h" + std::to_string(i) + ".com/", {"c=1"});
   }
   EXPECT_EQ(jar.storage.all().size(), HTTPCookieStorage::maximumTotal);
+}
+
+TEST(NetworkResponse, GivesTheLastCookieThatNoneOfTheSamePlaceTookAway) {
+  const auto value = [](const std::vector<std::string>& setCookies) {
+    NetworkResponse response;
+    response.url = *URL::make("https://auth.h.test/v3/login");
+    for (const auto& line : setCookies) response.headers.add("Set-Cookie", line);
+    return response.cookieValue(HTTPCookieName::authToken).value_or("(none)");
+  };
+  EXPECT_EQ(value({"lxauth=1", "lxauth=2", "other=3"}), "2");
+  EXPECT_EQ(value({"lxauth=1", "lxauth=; Max-Age=0"}), "(none)");
+  // From the host's cookie to the domain's.
+  EXPECT_EQ(value({"lxauth=1; Domain=h.test; Path=/", "lxauth=; Max-Age=0; Path=/"}), "1");
+  EXPECT_EQ(value({"lxauth=1", "lxauth=; Expires=Thu, 01 Jan 1970 00:00:00 GMT; Path=/v3/other"}), "1");
 }
 
 }  // namespace

@@ -39,7 +39,7 @@ Task<std::pair<OAuth2AuthDTO, OAuth2NativeSignonAction>>
 AuthenticationServiceOAuth2Impl::socialSignonExchangeSocialToken(
     const OAuth2SocialSignonCodeExchangeRequestBodyProvider& provider, const OAuth2SocialSignonPayload& payload) {
   return networkService_->authorizeAndLoad(requestFactory_.nativeSignIn(provider.requestBody(payload)))
-      .decode(analyzeNetworkResponse(errorInfoDecoder<AuthenticationErrorInfo>()), OperationQueue::main())
+      .decode(analyzeNetworkResponse(errorInfoDecoder<AuthenticationErrorInfo>()))
       .decode(&decodeData)
       .decode(&decodeJSONBody<OAuth2CredentialsNativeSignonResponse>)
       .map(

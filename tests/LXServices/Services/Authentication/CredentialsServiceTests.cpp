@@ -175,10 +175,27 @@ TEST_F(Recovery, ThatSucceedsAfterASignOutDoesNotUndoIt) {
   EXPECT_FALSE(stack.store->records().credentials);
 }
 
+TEST_F(Recovery, ThatFailsWhileTheStoreCannotBeReadIsNoReasonToSignOut) {
+  stack.store->failLoads(UnwrapError{"written by a later version"});
+  silent->promise.complete(fail(UnwrapError{"no exchange today"}));
+  ASSERT_TRUE(stack.happens("get caller Optional.Error"));
+  EXPECT_EQ(stack.events.count("logout"), 0U);
+}
+
 TEST_F(Recovery, TakesWhatTheStoreHasGotMeanwhile) {
   stack.keep(stack.tokens("signed-in-again"));
   silent->promise.complete(fail(UnwrapError{"too late anyway"}));
   ASSERT_TRUE(stack.happens("get caller access-signed-in-again"));
+  EXPECT_EQ(stack.events.count("logout"), 0U);
+}
+
+TEST_F(CredentialsService, AnInvalidRefreshTokenAndAStoreThatCannotBeReadAreNoReasonToSignOut) {
+  stack.keepExpiring();
+  stack.get("caller");
+  ASSERT_TRUE(stack.happens("request refresh-old"));
+  stack.store->failLoads(UnwrapError{"written by a later version"});
+  ASSERT_TRUE(stack.answers(0, fail(CredentialsStack::invalidRefreshToken())));
+  ASSERT_TRUE(stack.happens("get caller Optional.Error"));
   EXPECT_EQ(stack.events.count("logout"), 0U);
 }
 
@@ -237,6 +254,12 @@ TEST_F(CredentialsService, APairThatTheStoreDoesNotTakeIsKeptAndStoredLater) {
   ASSERT_TRUE(stack.happens("refresh caller done"));
   EXPECT_EQ(storedToken(), "access-old");
   stack.store->failStores(std::nullopt);
+  // It may hold another sign-in by now: nothing is written before it can be read.
+  stack.store->failLoads(UnwrapError{"busy"});
+  stack.get("beside");
+  EXPECT_EQ(stack.events.count("get beside access-newer"), 1U);
+  EXPECT_EQ(storedToken(), "access-old");
+  stack.store->failLoads(std::nullopt);
   stack.get("later");
 
   EXPECT_EQ(stack.events.count("get later access-newer"), 1U);

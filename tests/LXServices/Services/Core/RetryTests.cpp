@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "LXServices/Services/NetworkServicesOAuth2/Core/RequestRetrierImpl.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Core/RetryPolicies.h"
 #include "LXUtils/Foundation/Overloaded.h"
 
@@ -156,6 +157,38 @@ TEST(Stack, ACancelledCallSendsNothingMore) {
   MainQueue::shared()->drain();
   EXPECT_TRUE(task.result()->error().is(TaskError::cancelled));
   EXPECT_EQ(stack.session->requests().size(), 2U);
+}
+
+TEST(RequestRetrier, ForgetsACallThatIsCancelledOrLosesItsServiceBeforeItIsSentAgain) {
+  struct CountingRefresher final : OAuth2CredentialsRefresher {
+    void refreshOAuth2Credentials(Completion<void>) override { ++refreshes; }
+    int refreshes = 0;
+  };
+  const auto manager = std::make_shared<RetryProgressionManagerImpl>();
+  const auto clock = std::make_shared<ManualClock>();
+  const auto refresher = std::make_shared<CountingRefresher>();
+  const auto retrier = std::make_shared<RequestRetrierImpl>(
+      std::make_shared<OAuth2RetryPolicy>(LooseRetryPolicy(manager), manager), clock);
+  for (const int status : {401, 503}) {
+    auto service = NetworkServiceImpl::make(ScriptedURLSession::answering({makeResponse(status)}), nullptr,
+                                            MainQueue::shared(), Logger::network);
+    retrier->setNetworkService(service);
+    retrier->setCredentialsRefresher(refresher);
+    service->setRequestRetrier(retrier);
+    const URLRequest request(HTTPMethod::get, *URL::make("https://h.test/"));
+    const auto cancelled = service->load(request);
+    const auto orphaned = service->load(request);
+    MainQueue::shared()->drain();
+    ASSERT_EQ(manager->size(), 2U);
+    cancelled.cancel();
+    EXPECT_EQ(manager->size(), 1U);
+    service.reset();
+    clock->advance(std::chrono::seconds(1));
+    MainQueue::shared()->drain();
+    EXPECT_TRUE(orphaned.result()->error().is(TaskError::cancelled));
+    EXPECT_EQ(manager->size(), 0U);
+  }
+  EXPECT_EQ(refresher->refreshes, 0);
 }
 
 TEST(Stack, LettingGoOfItCancelsWhatIsUnderWay) {

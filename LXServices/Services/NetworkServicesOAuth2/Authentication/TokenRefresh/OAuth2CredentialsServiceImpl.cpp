@@ -144,6 +144,8 @@ Result<std::optional<OAuth2Credentials>> OAuth2CredentialsServiceImpl::loadCrede
     return stored;
   }
   auto credentials = state.unsaved->credentials;
+  // What cannot be read may be anybody's, and is not written over.
+  if (!stored) return credentials;
   if (credStorage_->storeOAuth2Credentials(credentials)) state.unsaved.reset();
   return credentials;
 }
@@ -232,7 +234,10 @@ void OAuth2CredentialsServiceImpl::handleRefreshResult(Epoch epoch, const Result
     if (!result) {
       handleRefreshFailure(state, effects, result.error());
     } else {
-      if (state.refresh.ownsFileLock) recordExchange(*fileLock_, state.refresh.credentials);
+      if (state.refresh.ownsFileLock) {
+        const auto noted = recordExchange(*fileLock_, state.refresh.credentials);
+        if (!noted) log(effects, 3, "Did fail to note the exchange", noted.error(), "handleRefreshResult(_:)");
+      }
       // A process that was suspended while it refreshed must not overwrite what has been stored since.
       if (!followStore(state, effects, Unreadable::countsAsUnchanged)) storeAndFinish(state, effects, *result);
     }
@@ -399,10 +404,13 @@ bool OAuth2CredentialsServiceImpl::followStore(MutableState& state, Effects& eff
   return true;
 }
 
-// The same, but neither an empty store nor an unreadable one counts as one that has moved on.
+// The same before the sign-in is given up: an empty store does not count as one that has moved on, and one that cannot
+// be read may have, so that the refresh ends with that error and the sign-in stays.
 bool OAuth2CredentialsServiceImpl::followStoreIfMovedOn(MutableState& state, Effects& effects) {
   const auto stored = loadCredentials(state);
-  return stored && *stored && follow(state, effects, **stored);
+  if (stored) return *stored && follow(state, effects, **stored);
+  finish(state, effects, fail(stored.error()), Notification::failure);
+  return true;
 }
 
 // Credentials of another process that need a refresh themselves are refreshed, once.

@@ -7,7 +7,6 @@
 #include "LXUtils/Foundation/Data.h"
 #include "LXUtils/Foundation/Digest.h"
 #include "LXUtils/Foundation/PercentEncoding.h"
-#include "LXUtils/Logging/Logger.h"
 #include "LXUtils/Network/NetworkServiceError.h"
 
 namespace lx {
@@ -28,7 +27,9 @@ constexpr std::size_t rememberedExchanges = 5;
 
 RefreshFiles openRefreshFiles(const URL& lockFileURL) {
   const std::filesystem::path path = percentDecode(lockFileURL.path()).value_or(std::string(lockFileURL.path()));
-  return {FileLock::make(path), DarwinNotificationCenter::forFolder(path.parent_path() / "notifications")};
+  const bool isFile = lockFileURL.scheme() == "file" && !path.native().contains('\0');
+  return {isFile ? FileLock::make(path) : fail(FileLockError{FileLockError::Kind::notOpened}),
+          DarwinNotificationCenter::forFolder(path.parent_path() / "notifications")};
 }
 
 bool isHeldByAnother(const Error& lockError) {
@@ -44,15 +45,11 @@ bool holdsSameTokens(const Result<std::optional<OAuth2Credentials>>& stored, con
   return stored && *stored && haveSameTokens(**stored, credentials);
 }
 
-void recordExchange(FileLock& lock, const OAuth2Credentials& credentials) {
+Result<void> recordExchange(FileLock& lock, const OAuth2Credentials& credentials) {
   std::string notes = digest(credentials) + "\n";
   const auto earlier = lock.contents();
   if (earlier) notes.append(*earlier, 0, (rememberedExchanges - 1) * notes.size());
-  if (const auto noted = lock.setContents(notes); !noted) {
-    // The other processes of the group may then send a refresh that the server refuses, and look into the store.
-    Logger::oauth2.log(3, "The exchange of credentials could not be noted", noted.error().typeName(),
-                       "recordExchange()");
-  }
+  return lock.setContents(notes);
 }
 
 bool wereExchanged(const FileLock& lock, const OAuth2Credentials& credentials) {

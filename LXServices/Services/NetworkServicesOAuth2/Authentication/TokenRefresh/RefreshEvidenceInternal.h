@@ -28,8 +28,8 @@ bool haveSameTokens(const OAuth2Credentials& a, const OAuth2Credentials& b);
 bool holdsSameTokens(const Result<std::optional<OAuth2Credentials>>& stored, const OAuth2Credentials& credentials);
 
 /// Notes in the lock file which credentials have been exchanged for new ones. A note that cannot be written is only
-/// missed.
-void recordExchange(FileLock& lock, const OAuth2Credentials& credentials);
+/// missed: another process may send a refresh that the server refuses, and then looks into the store.
+Result<void> recordExchange(FileLock& lock, const OAuth2Credentials& credentials);
 
 /// True when one of the latest notes is of these credentials.
 bool wereExchanged(const FileLock& lock, const OAuth2Credentials& credentials);

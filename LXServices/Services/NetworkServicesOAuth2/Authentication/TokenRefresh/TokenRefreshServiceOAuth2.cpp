@@ -30,7 +30,7 @@ TokenRefreshServiceOAuth2Impl::TokenRefreshServiceOAuth2Impl(
 
 Task<OAuth2Credentials> TokenRefreshServiceOAuth2Impl::refresh(const OAuth2Credentials& credentials) {
   return looseNetworkService_->authorizeAndLoad(requestFactory_.refresh(credentials))
-      .decode(analyzeNetworkResponse(errorInfoDecoder<TokenRefreshErrorInfo>()), OperationQueue::main())
+      .decode(analyzeNetworkResponse(errorInfoDecoder<TokenRefreshErrorInfo>()))
       .decode(&decodeData)
       .decode(&decodeJSONBody<OAuth2CredentialsResponse>)
       .map([clock = clock_](const auto& response) { return OAuth2Credentials::make(response, clock->now()); },
@@ -39,7 +39,7 @@ Task<OAuth2Credentials> TokenRefreshServiceOAuth2Impl::refresh(const OAuth2Crede
 
 Task<void> TokenRefreshServiceOAuth2Impl::revoke(const OAuth2Credentials& credentials) {
   return looseNetworkService_->authorizeAndLoad(requestFactory_.revoke(credentials))
-      .decode(analyzeNetworkResponse(), OperationQueue::main())
+      .decode(analyzeNetworkResponse())
       .map([](const NetworkResponse&) {}, OperationQueue::main());
 }
 
