@@ -10,7 +10,16 @@ class LateJoiner {
  public:
   void add(std::thread thread) {
     const std::lock_guard lock(mutex_);
+    if (isExiting_) return thread.detach();  // nobody is left who could join it
     threads_.push_back(std::move(thread));
+  }
+
+  void joinForExit() {
+    {
+      const std::lock_guard lock(mutex_);
+      isExiting_ = true;
+    }
+    joinAll();
   }
 
   void joinAll() {
@@ -27,6 +36,7 @@ class LateJoiner {
  private:
   std::mutex mutex_;
   std::vector<std::thread> threads_;
+  bool isExiting_ = false;
 };
 
 // Never destroyed: a thread that ends the last runtime may come here while the process is exiting already.
@@ -36,7 +46,7 @@ LateJoiner& lateJoiner() {
 }
 
 struct JoinAtExit {
-  ~JoinAtExit() { lateJoiner().joinAll(); }
+  ~JoinAtExit() { lateJoiner().joinForExit(); }
 };
 
 }  // namespace
