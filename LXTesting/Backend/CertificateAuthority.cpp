@@ -6,6 +6,7 @@
 
 #include "LXTesting/Backend/CertificateAuthorityInternal.h"
 #include "LXTesting/DevBackendError.h"
+#include "LXUtils/Foundation/OpenSSLInternal.h"
 
 namespace lx::backend {
 
@@ -100,6 +101,7 @@ std::unexpected<Error> failed(std::string what) {
 }  // namespace
 
 Result<CertificateAuthority> CertificateAuthority::make(const std::vector<std::string>& names) {
+  initialiseOpenSSL();
   CertificateAuthority result;
   const OpenSSLPointer<EVP_PKEY> authorityKey(EVP_EC_gen("P-256"));
   result.serverKey_.reset(EVP_EC_gen("P-256"));

@@ -3,12 +3,14 @@
 #include <openssl/evp.h>
 
 #include "LXUtils/Foundation/FatalError.h"
+#include "LXUtils/Foundation/OpenSSLInternal.h"
 
 namespace lx {
 namespace {
 
 template <std::size_t size>
 std::array<std::byte, size> digest(std::span<const std::byte> bytes, const EVP_MD* algorithm) {
+  initialiseOpenSSL();
   std::array<std::byte, size> result;
   auto* out = reinterpret_cast<unsigned char*>(result.data());
   unsigned int written = 0;

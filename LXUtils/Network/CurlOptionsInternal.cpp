@@ -1,17 +1,15 @@
 #include "LXUtils/Network/CurlOptionsInternal.h"
 
-#include <openssl/crypto.h>
+#include <mutex>
+
+#include "LXUtils/Foundation/OpenSSLInternal.h"
 
 namespace lx {
 
 void initialiseCurl() {
-  static const bool initialised = [] {
-    // The session's thread may still be closing connections when the process ends: OpenSSL must not be gone by then.
-    OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
-    curl_global_init(CURL_GLOBAL_DEFAULT);
-    return true;
-  }();
-  static_cast<void>(initialised);
+  initialiseOpenSSL();
+  static std::once_flag once;
+  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
 }
 
 CurlOptions::CurlOptions(const URLSessionConfiguration& configuration)
