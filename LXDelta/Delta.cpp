@@ -11,7 +11,7 @@ void dropEmpty(std::optional<Attributes>& attributes) {
 
 /// The last operation, when it is of kind T with equal attributes.
 template <class T>
-T* mergeable(std::vector<Operation>& operations, const std::optional<Attributes>& attributes) {
+T* mergeable(LargeVector<Operation>& operations, const std::optional<Attributes>& attributes) {
   T* last = operations.empty() ? nullptr : std::get_if<T>(&operations.back().value);
   return last && last->attributes == attributes ? last : nullptr;
 }

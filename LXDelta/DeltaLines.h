@@ -50,7 +50,7 @@ class DeltaLines {
     std::size_t offset = 0;  // in the bytes of its text
   };
 
-  const std::vector<Operation>* operations_;
+  const LargeVector<Operation>* operations_;
   std::array<char, 4> separator_{};
   std::size_t separatorSize_ = 0;
   std::int64_t index_ = -1;

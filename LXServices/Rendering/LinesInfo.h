@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <utility>
-#include <vector>
+#include "LXUtils/Foundation/LargeVector.h"
 
 #include "LXServices/Rendering/LineInfo.h"
 
@@ -20,7 +20,7 @@ class LinesInfo {
 
   class Iterator {
    public:
-    Iterator(const std::vector<LineInfo>& lines, std::size_t index) : lines_(&lines), index_(index) {}
+    Iterator(const LargeVector<LineInfo>& lines, std::size_t index) : lines_(&lines), index_(index) {}
     Entry operator*() const { return {static_cast<std::int64_t>(index_), (*lines_)[index_]}; }
     Iterator& operator++() {
       ++index_;
@@ -29,7 +29,7 @@ class LinesInfo {
     bool operator==(const Iterator&) const = default;
 
    private:
-    const std::vector<LineInfo>* lines_;
+    const LargeVector<LineInfo>* lines_;
     std::size_t index_;
   };
 
@@ -60,7 +60,7 @@ class LinesInfo {
   void reserve(std::size_t count) { lines_.reserve(count); }
 
  private:
-  std::vector<LineInfo> lines_;
+  LargeVector<LineInfo> lines_;
 };
 
 }  // namespace lx::DeltaRenderUtils
