@@ -20,7 +20,7 @@ T* mergeable(LargeVector<Operation>& operations, const std::optional<Attributes>
 
 Delta& Delta::insert(Content content, std::optional<Attributes> attributes) {
   dropEmpty(attributes);
-  const auto* text = content.text();
+  const auto text = content.text();
   if (text && text->empty()) return *this;
   auto* last = mergeable<Operation::Insert>(operations_, attributes);
   if (text && last && last->content.text()) {

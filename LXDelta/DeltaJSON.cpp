@@ -136,10 +136,9 @@ class DeltaReader {
   /// Otherwise the reader stands somewhere in the operation.
   bool readUsualInsert(Operation::Insert& insert) {
     if (!reader_.passIfNext("{\"insert\":")) return false;
-    auto& text = insert.content.resetText();
     if (reader_.passIfNext("\"\\n\"")) {
-      text = '\n';
-    } else if (!reader_.comesNext('"') || !reader_.readString(text)) {
+      insert.content = "\n";
+    } else if (!reader_.comesNext('"') || !readText(insert.content)) {
       return false;
     }
     if (reader_.passIfNext("}")) return true;
@@ -181,11 +180,18 @@ class DeltaReader {
   bool readContent(Content& content) {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
-    if (*kind == Kind::string) return reader_.readString(content.resetText());
+    if (*kind == Kind::string) return readText(content);
     if (*kind != Kind::object) return failInOperation(".insert", DecodingFault::typeMismatch);
     AnyJSON embed;
     if (!reader_.readAny(embed)) return false;
     content = std::get<AnyJSON::Object>(std::move(embed.value));
+    return true;
+  }
+
+  bool readText(Content& content) {
+    const auto text = reader_.readVerbatimString();
+    if (!text) return reader_.readString(content.resetText());
+    content = Content(*text);
     return true;
   }
 
@@ -261,7 +267,7 @@ void encodeOperation(JSONWriter& writer, const Operation& operation) {
   writer.beginObject();
   if (const auto* insert = operation.asInsert()) {
     writer.key("insert");
-    if (const auto* text = insert->content.text()) {
+    if (const auto text = insert->content.text()) {
       writer.string(*text);
     } else {
       encodeJSON(writer, *insert->content.embed());

@@ -36,8 +36,8 @@ class DeltaLines {
   void eachPart(Visit visit) const {
     for (std::size_t i = begin_.operation; i < operations_->size() && i <= end_.operation; ++i) {
       const auto& insert = *(*operations_)[i].asInsert();
-      const auto* text = insert.content.text();
-      std::string_view part = text ? std::string_view(*text) : std::string_view();
+      const auto text = insert.content.text();
+      std::string_view part = text.value_or(std::string_view());
       if (i == end_.operation) part = part.substr(0, end_.offset);
       if (i == begin_.operation) part.remove_prefix(begin_.offset);
       if (!text || !part.empty()) visit(insert, part);

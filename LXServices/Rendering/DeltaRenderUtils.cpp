@@ -38,7 +38,7 @@ std::size_t separatorCount(const Delta& delta) {
   std::size_t count = 0;
   for (const auto& operation : delta.operations()) {
     const auto* insert = operation.asInsert();
-    if (const auto* text = insert ? insert->content.text() : nullptr) count += separatorCount(*text);
+    if (const auto text = insert ? insert->content.text() : std::nullopt) count += separatorCount(*text);
   }
   return count;
 }

@@ -215,6 +215,22 @@ bool JSONReader::readString(std::string& out) {
   }
 }
 
+std::optional<std::string_view> JSONReader::readVerbatimString() {
+  if (!comesNext('"')) return std::nullopt;
+  const char* const text = position_ + 1;
+  const char* end = text;
+  while (true) {
+    end = endOfPlainText(end, end_);
+    if (end == end_ || *end == '\\') return std::nullopt;
+    if (*end == '"') break;
+    const char* const next = endOfLongSequences(end, end_);
+    if (!next || next == end) return std::nullopt;
+    end = next;
+  }
+  position_ = end + 1;
+  return std::string_view(text, static_cast<std::size_t>(end - text));
+}
+
 std::size_t JSONReader::makeRoom(std::string& out) const {
   // A long text grows once, to its end, instead of being copied over and over. Where the quote found is an escaped one,
   // this is called again, so the text at least doubles.

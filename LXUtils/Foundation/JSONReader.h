@@ -42,6 +42,9 @@ class JSONReader {
   bool nextElement();
 
   bool readString(std::string& out);
+  /// The string that comes next, when it is spelt as what it says: without blanks before it and without escapes.
+  /// Otherwise nothing, and nothing is read.
+  std::optional<std::string_view> readVerbatimString();
   bool readAny(AnyJSON& out);
   bool skipValue();
 
