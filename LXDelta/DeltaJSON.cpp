@@ -232,9 +232,11 @@ class DeltaReader {
   void reserve() {
     const auto count = operations_.size();
     if (count < operations_.capacity()) return;
+    constexpr std::size_t smallSample = 4096;  // whose share of the text may mislead
     const double share = static_cast<double>(size_) / static_cast<double>(reader_.offset());
     const auto expected = static_cast<std::size_t>(static_cast<double>(count) * share * 1.05);
-    operations_.reserve(std::clamp(expected, count + count / 2 + 8, 8 * count + 8));
+    // An operation takes some bytes of the text, which bounds what is expected.
+    operations_.reserve(std::max(count + count / 2 + 8, count < smallSample ? std::min(expected, 8 * count) : expected));
   }
 
   std::string operationPath() const {

@@ -3,13 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <utility>
-#include "LXUtils/Foundation/LargeVector.h"
 
 #include "LXServices/Rendering/LineInfo.h"
+#include "LXUtils/Foundation/SegmentedVector.h"
 
 namespace lx::DeltaRenderUtils {
 
-/// A map from the indices 0, 1, 2, ... of lines to what is known of them, which lies side by side.
+/// A map from the indices 0, 1, 2, ... of lines to what is known of them, numbered without gaps.
 class LinesInfo {
  public:
   /// An entry as an iterator shows it: `for (const auto& [index, line] : lines)`.
@@ -20,7 +20,7 @@ class LinesInfo {
 
   class Iterator {
    public:
-    Iterator(const LargeVector<LineInfo>& lines, std::size_t index) : lines_(&lines), index_(index) {}
+    Iterator(const SegmentedVector<LineInfo>& lines, std::size_t index) : lines_(&lines), index_(index) {}
     Entry operator*() const { return {static_cast<std::int64_t>(index_), (*lines_)[index_]}; }
     Iterator& operator++() {
       ++index_;
@@ -29,7 +29,7 @@ class LinesInfo {
     bool operator==(const Iterator&) const = default;
 
    private:
-    const LargeVector<LineInfo>* lines_;
+    const SegmentedVector<LineInfo>* lines_;
     std::size_t index_;
   };
 
@@ -56,11 +56,8 @@ class LinesInfo {
     }
   }
 
-  /// Makes room for as many lines.
-  void reserve(std::size_t count) { lines_.reserve(count); }
-
  private:
-  LargeVector<LineInfo> lines_;
+  SegmentedVector<LineInfo> lines_;
 };
 
 }  // namespace lx::DeltaRenderUtils
