@@ -44,16 +44,15 @@ class LinesInfo {
                                                                          : nullptr;
   }
 
-  /// Notes a line with the indent that its attributes give. `index` is that of a known line, or the one after the last;
-  /// others are ignored.
-  void insertOrAssign(std::int64_t index, LineType type, const Attributes& attributes) {
+  /// Notes a line as body text with the indent that its attributes give, and answers it for the caller to say what else
+  /// it is. `index` is that of a known line, or the one after the last; for others nothing is noted.
+  LineInfo* insertOrAssign(std::int64_t index, const Attributes& attributes) {
     const auto place = static_cast<std::size_t>(index);
     const auto indent = attributes.indent().value_or(0);
-    if (place == lines_.size()) {
-      lines_.emplace_back(std::move(type), indent, attributes);
-    } else if (place < lines_.size()) {
-      lines_[place] = {std::move(type), indent, attributes};
-    }
+    if (place == lines_.size()) return &lines_.emplace_back(LineType(), indent, attributes);
+    if (place > lines_.size()) return nullptr;
+    lines_[place] = {LineType(), indent, attributes};
+    return &lines_[place];
   }
 
  private:
