@@ -236,7 +236,8 @@ class DeltaReader {
     const double share = static_cast<double>(size_) / static_cast<double>(reader_.offset());
     const auto expected = static_cast<std::size_t>(static_cast<double>(count) * share * 1.05);
     // An operation takes some bytes of the text, which bounds what is expected.
-    operations_.reserve(std::max(count + count / 2 + 8, count < smallSample ? std::min(expected, 8 * count) : expected));
+    operations_.reserve(
+        std::max(count + count / 2 + 8, count < smallSample ? std::min(expected, 8 * count) : expected));
   }
 
   std::string operationPath() const {

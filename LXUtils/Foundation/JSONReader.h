@@ -81,7 +81,8 @@ class JSONReader {
   bool fail(DecodingFault fault = DecodingFault::malformed);
   bool begin(char bracket);
   bool next(char bracket);
-  std::size_t makeRoom(std::string& out) const;
+  /// Reads on with a string while nothing unusual comes, a block at a time.
+  void readBlocks(std::string& out);
   bool readEscape(std::string& out);
   bool readHex(char32_t& unit);
   bool readWord(std::string_view word);

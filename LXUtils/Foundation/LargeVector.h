@@ -5,8 +5,11 @@
 
 namespace lx {
 
-/// Room for `size` bytes, aligned for any type. Large rooms lie on large pages where the system has them: taking a
+/// Asks the system to lay what is large of the memory on large pages, before it is used for the first time: taking a
 /// page from the system costs more than writing it does, and a large one costs little more than a small one.
+void preferLargePages(void* memory, std::size_t size);
+
+/// Room for `size` bytes, aligned for any type and on large pages where it is large.
 void* allocateRoom(std::size_t size);
 void deallocateRoom(void* room, std::size_t size);
 
