@@ -66,13 +66,13 @@ std::size_t longSequenceLength(const char* text, const char* end) {
   return lead < 0x80 ? 0 : utf8SequenceLength({text, static_cast<std::size_t>(end - text)});
 }
 
-/// The end of the characters outside ASCII that the text begins with; null when there is none, or one that is no UTF-8.
+/// The end of the well-formed characters outside ASCII that the text begins with.
 const char* endOfLongSequences(const char* text, const char* end) {
-  do {
+  while (text != end && static_cast<unsigned char>(*text) >= 0x80) {
     const std::size_t length = longSequenceLength(text, end);
-    if (length == 0) return nullptr;
+    if (length == 0) break;
     text += length;
-  } while (text != end && static_cast<unsigned char>(*text) >= 0x80);
+  }
   return text;
 }
 
@@ -217,7 +217,7 @@ bool JSONReader::readString(std::string& out) {
       text = position_;
     } else {
       const char* const next = endOfLongSequences(position_, end_);
-      if (!next) return fail();
+      if (next == position_) return fail();
       position_ = next;
     }
   }
@@ -278,7 +278,7 @@ std::optional<std::string_view> JSONReader::readVerbatimString() {
     if (end == end_ || *end == '\\') return std::nullopt;
     if (*end == '"') break;
     const char* const next = endOfLongSequences(end, end_);
-    if (!next) return std::nullopt;
+    if (next == end) return std::nullopt;
     end = next;
   }
   position_ = end + 1;
