@@ -33,7 +33,10 @@ class RecentAttributes {
   /// Keeps those that were read from the text of an object.
   void keep(std::string_view text, const Attributes& attributes) {
     // What is found again ends with the first brace.
-    if (!text.empty() && objectAt(text) == text) entryFor(text) = {std::string(text), attributes};
+    if (text.empty() || objectAt(text) != text) return;
+    auto& entry = entryFor(text);
+    entry.text.assign(text);
+    entry.attributes = attributes;
   }
 
  private:

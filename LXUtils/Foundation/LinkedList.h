@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <iterator>
 #include <memory>
+#include <new>
+#include <type_traits>
 #include <utility>
 
 namespace lx {
@@ -22,10 +24,10 @@ class LinkedList {
     using difference_type = std::ptrdiff_t;
 
     BasicIterator() = default;
-    Value& operator*() const { return *block_->place(index_); }
-    Value* operator->() const { return block_->place(index_); }
+    Value& operator*() const { return block_->elements[index_]; }
+    Value* operator->() const { return block_->elements + index_; }
     BasicIterator& operator++() {
-      if (++index_ == block_->size) *this = {block_->next, 0};
+      if (++index_ == block_->size) *this = block_->next ? BasicIterator(block_->next, 0) : BasicIterator();
       return *this;
     }
     BasicIterator operator++(int) { return std::exchange(*this, std::next(*this)); }
@@ -33,9 +35,10 @@ class LinkedList {
 
    private:
     friend LinkedList;
-    BasicIterator(Block* block, std::size_t index) : block_(block), index_(index) {}
+    using BlockPointer = std::conditional_t<std::is_const_v<Value>, const Block*, Block*>;
+    BasicIterator(BlockPointer block, std::size_t index) : block_(block), index_(index) {}
 
-    Block* block_ = nullptr;
+    BlockPointer block_ = nullptr;
     std::size_t index_ = 0;
   };
   using iterator = BasicIterator<Element>;
@@ -45,25 +48,26 @@ class LinkedList {
   LinkedList(const LinkedList&) = delete;
   LinkedList& operator=(const LinkedList&) = delete;
   ~LinkedList() {
-    while (last_) removeLastBlock();
+    while (last_ != &first_) removeLastBlock();
+    std::destroy_n(first_.elements, first_.size);
   }
 
   bool empty() const { return size_ == 0; }
   std::size_t size() const { return size_; }
-  iterator begin() { return {first_, 0}; }
+  iterator begin() { return empty() ? iterator() : iterator(&first_, 0); }
   iterator end() { return {}; }
-  const_iterator begin() const { return {first_, 0}; }
+  const_iterator begin() const { return empty() ? const_iterator() : const_iterator(&first_, 0); }
   const_iterator end() const { return {}; }
 
   // There must be an element.
-  Element& front() { return *first_->place(0); }
-  const Element& front() const { return *first_->place(0); }
-  Element& back() { return *last_->place(last_->size - 1); }
-  const Element& back() const { return *last_->place(last_->size - 1); }
+  Element& front() { return *first_.elements; }
+  const Element& front() const { return *first_.elements; }
+  Element& back() { return last_->elements[last_->size - 1]; }
+  const Element& back() const { return last_->elements[last_->size - 1]; }
 
   void push_back(Element element) {
-    if (!last_ || last_->size == last_->capacity) addBlock();
-    std::construct_at(last_->place(last_->size), std::move(element));
+    if (last_->size == last_->capacity) addBlock();
+    std::construct_at(last_->elements + last_->size, std::move(element));
     ++last_->size;
     ++size_;
   }
@@ -72,41 +76,41 @@ class LinkedList {
   void pop_back() {
     std::destroy_at(&back());
     --size_;
-    if (--last_->size == 0) removeLastBlock();
+    if (--last_->size == 0 && last_ != &first_) removeLastBlock();
   }
 
  private:
-  /// Never empty but while an element is added.
+  /// Never empty but for the first one, and while an element is added.
   struct Block {
-    Block* previous;
-    Block* next = nullptr;
+    Element* elements;
     std::size_t capacity;
     std::size_t size = 0;
-
-    /// The elements follow the block.
-    Element* place(std::size_t index) { return reinterpret_cast<Element*>(this + 1) + index; }
+    Block* previous = nullptr;
+    Block* next = nullptr;
   };
   static_assert(alignof(Element) <= alignof(Block));
 
+  static constexpr std::size_t firstCapacity = 4;
+  static constexpr std::size_t largestCapacity = 256;
+
   void addBlock() {
-    constexpr std::size_t smallest = 4;
-    constexpr std::size_t largest = 256;
-    const std::size_t capacity = last_ ? std::min(2 * last_->capacity, largest) : smallest;
-    void* const room = ::operator new(sizeof(Block) + capacity * sizeof(Element));
-    auto* const block = ::new (room) Block{.previous = last_, .capacity = capacity};
-    (last_ ? last_->next : first_) = block;
-    last_ = block;
+    const std::size_t capacity = std::min(2 * last_->capacity, largestCapacity);
+    auto* const room = static_cast<std::byte*>(::operator new(sizeof(Block) + capacity * sizeof(Element)));
+    auto* const elements = reinterpret_cast<Element*>(room + sizeof(Block));
+    last_->next = ::new (room) Block{.elements = elements, .capacity = capacity, .previous = last_};
+    last_ = last_->next;
   }
 
   void removeLastBlock() {
     Block* const block = std::exchange(last_, last_->previous);
-    (last_ ? last_->next : first_) = nullptr;
-    std::destroy_n(block->place(0), block->size);
+    last_->next = nullptr;
+    std::destroy_n(block->elements, block->size);
     ::operator delete(block);
   }
 
-  Block* first_ = nullptr;
-  Block* last_ = nullptr;
+  alignas(Element) std::byte firstElements_[firstCapacity * sizeof(Element)];
+  Block first_{.elements = reinterpret_cast<Element*>(firstElements_), .capacity = firstCapacity};
+  Block* last_ = &first_;
   std::size_t size_ = 0;
 };
 
