@@ -10,8 +10,8 @@
 
 namespace lx {
 
-/// Elements in order, each in a place that stays while others come and go at the end. They lie in linked blocks, so
-/// that few of them need memory of their own.
+/// Elements in order, each in a place that stays while others come and go at the end. They lie in linked blocks, the
+/// first few of them in the list itself, so that hardly any needs memory of its own.
 template <class Element>
 class LinkedList {
   struct Block;
