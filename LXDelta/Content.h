@@ -13,6 +13,14 @@
 
 namespace lx {
 
+/// A text kept without memory of its own: most runs of text are short.
+struct ShortText {
+  std::array<char, 31> bytes{};
+  std::uint8_t size = 0;
+
+  std::string_view view() const { return {bytes.data(), size}; }
+};
+
 /// What an insert puts into a document: text in UTF-8, or something embedded such as {"image": address}.
 class Content {
  public:
@@ -46,16 +54,6 @@ class Content {
   friend bool operator==(const Content& a, const Content& b);
 
  private:
-  /// Most runs of text are short: kept inside, they need no memory of their own.
-  struct ShortText {
-    ShortText() : bytes{}, size(0) {}
-
-    std::array<char, 31> bytes;
-    std::uint8_t size;
-
-    std::string_view view() const { return {bytes.data(), size}; }
-  };
-
   // Embeds are rare, so they must not make each text larger.
   using Embed = std::shared_ptr<const AnyJSON::Object>;
   std::variant<ShortText, std::string, Embed> value_;
