@@ -11,7 +11,7 @@ void dropEmpty(std::optional<Attributes>& attributes) {
 
 /// The last operation, when it is of kind T with equal attributes.
 template <class T>
-T* mergeable(std::vector<Operation>& operations, const std::optional<Attributes>& attributes) {
+T* mergeable(LargeVector<Operation>& operations, const std::optional<Attributes>& attributes) {
   T* last = operations.empty() ? nullptr : std::get_if<T>(&operations.back().value);
   return last && last->attributes == attributes ? last : nullptr;
 }
@@ -20,7 +20,7 @@ T* mergeable(std::vector<Operation>& operations, const std::optional<Attributes>
 
 Delta& Delta::insert(Content content, std::optional<Attributes> attributes) {
   dropEmpty(attributes);
-  const auto* text = content.text();
+  const auto text = content.text();
   if (text && text->empty()) return *this;
   auto* last = mergeable<Operation::Insert>(operations_, attributes);
   if (text && last && last->content.text()) {

@@ -10,6 +10,7 @@
 #include "LXDelta/Attributes.h"
 #include "LXDelta/Content.h"
 #include "LXDelta/Operation.h"
+#include "LXUtils/Foundation/LargeVector.h"
 #include "LXUtils/Foundation/Result.h"
 
 namespace lx {
@@ -23,14 +24,14 @@ class Delta {
   Delta() = default;
 
   /// Keeps the operations as they are, without merging any.
-  explicit Delta(std::vector<Operation> operations) : operations_(std::move(operations)) {}
+  explicit Delta(LargeVector<Operation> operations) : operations_(std::move(operations)) {}
 
   /// Reads {"ops":[{"insert":…,"attributes":…}, …]}, or the array alone, operations as they come. Unknown members are
   /// ignored. Takes time and memory in proportion to the text. Errors: DecodingError, whose path names the operation,
   /// as in "ops[3].retain" or, where the text is no JSON, "ops[3] at byte 57".
   static Result<Delta> fromJSON(std::string_view text);
 
-  const std::vector<Operation>& operations() const { return operations_; }
+  const LargeVector<Operation>& operations() const { return operations_; }
 
   // These append an operation, merged into the last one where both are of one kind with equal attributes (embeds stay
   // apart). Empty text and lengths below 1 append nothing; empty attributes count as none.
@@ -53,7 +54,7 @@ class Delta {
   bool operator==(const Delta&) const = default;
 
  private:
-  std::vector<Operation> operations_;
+  LargeVector<Operation> operations_;
 };
 
 /// {"ops":[…]}: encodeJSONText(delta), encodeJSON(delta). Fails for text that is not UTF-8.

@@ -21,42 +21,48 @@ bool isKey(std::string_view key, const char (&name)[size]) {
 class RecentAttributes {
  public:
   /// Passes the object that comes next when it is known.
-  std::optional<Attributes> pass(JSONReader& reader) {
-    // An object says itself where it ends, so one that begins with all of a known text is that text.
-    const std::string_view rest = reader.rest();
-    for (const auto& [text, tail, attributes] : entries_) {
-      // Tails differ more often than heads, and comparing them as numbers is quick.
-      if (text.empty() || text.size() > rest.size() || tailOf(rest.substr(0, text.size())) != tail) continue;
-      if (!rest.starts_with(text)) continue;
-      reader.passKnownValue(text.size());
-      return attributes;
-    }
-    return std::nullopt;
+  const Attributes* pass(JSONReader& reader) {
+    const std::string_view text = objectAt(reader.rest());
+    if (text.empty()) return nullptr;
+    const auto& entry = entryFor(text);
+    if (entry.text != text) return nullptr;
+    reader.passKnownValue(text.size());
+    return &entry.attributes;
   }
 
+  /// Keeps those that were read from the text of an object.
   void keep(std::string_view text, const Attributes& attributes) {
-    constexpr std::size_t longest = 256;
-    if (text.size() < sizeof(Tail) || text.size() > longest) return;
-    entries_[oldest_] = {std::string(text), tailOf(text), attributes};
-    oldest_ = (oldest_ + 1) % entries_.size();
+    // What is found again ends with the first brace.
+    if (text.empty() || objectAt(text) != text) return;
+    auto& entry = entryFor(text);
+    entry.text.assign(text);
+    entry.attributes = attributes;
   }
 
  private:
-  using Tail = std::uint64_t;
   struct Entry {
     std::string text;
-    Tail tail = 0;
     Attributes attributes;
   };
 
-  static Tail tailOf(std::string_view text) {
-    Tail tail = 0;
-    std::memcpy(&tail, text.data() + text.size() - sizeof tail, sizeof tail);
-    return tail;
+  /// The object that the text begins with, or the beginning of one that holds another; nothing for a long one.
+  static std::string_view objectAt(std::string_view text) {
+    constexpr std::size_t longest = 256;
+    const auto end = text.substr(0, longest).find('}');
+    return text.substr(0, end + 1);  // nothing for npos, too
   }
 
-  std::array<Entry, 16> entries_;
-  std::size_t oldest_ = 0;
+  Entry& entryFor(std::string_view text) {
+    // The ends of texts differ more often than their beginnings.
+    std::uint64_t tail = 0;
+    const auto size = std::min(text.size(), sizeof tail);
+    std::memcpy(&tail, text.data() + text.size() - size, size);
+    constexpr std::uint64_t spread = 0x9E3779B97F4A7C15;  // 2^64 by the golden ratio
+    return entries_[(tail + text.size()) * spread >> (64U - entryBits)];
+  }
+
+  static constexpr unsigned entryBits = 5;
+  std::array<Entry, std::size_t{1} << entryBits> entries_;
 };
 
 class DeltaReader {
@@ -71,7 +77,7 @@ class DeltaReader {
       path_ += (path_.empty() ? "byte " : " at byte ") + std::to_string(reader_.offset());
       return lx::fail(DecodingError{std::move(path_), *fault});
     }
-    return lx::fail(DecodingError{std::move(path_), fault_});
+    return lx::fail(DecodingError{std::move(path_), *fault_});
   }
 
  private:
@@ -118,6 +124,32 @@ class DeltaReader {
     reserve();
     // Read in place: moving a text through several hands takes as long as reading it.
     auto& insert = std::get<Operation::Insert>(operations_.emplace_back().value);
+    const auto begin = reader_.offset();
+    if (readUsualInsert(insert)) {
+      ++index_;
+      return true;
+    }
+    if (reader_.fault() || fault_) return false;
+    reader_.goBack(begin);
+    insert = {};
+    return readMembers(insert);
+  }
+
+  /// Reads {"insert":"…"} and {"insert":"…","attributes":…} when they are spelt so, without blanks, as nearly all are.
+  /// Otherwise the reader stands somewhere in the operation.
+  bool readUsualInsert(Operation::Insert& insert) {
+    if (!reader_.passIfNext("{\"insert\":")) return false;
+    if (reader_.passIfNext("\"\\n\"")) {
+      insert.content = "\n";
+    } else if (!reader_.comesNext('"') || !readText(insert.content)) {
+      return false;
+    }
+    if (reader_.passIfNext("}")) return true;
+    return reader_.passIfNext(",\"attributes\":") && readAttributes(insert.attributes) && reader_.passIfNext("}");
+  }
+
+  /// Reads any operation, into `insert` first.
+  bool readMembers(Operation::Insert& insert) {
     bool isInsert = false;
     std::optional<std::int64_t> retained;
     std::optional<std::int64_t> deleted;
@@ -151,11 +183,18 @@ class DeltaReader {
   bool readContent(Content& content) {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
-    if (*kind == Kind::string) return reader_.readString(content.resetText());
+    if (*kind == Kind::string) return readText(content);
     if (*kind != Kind::object) return failInOperation(".insert", DecodingFault::typeMismatch);
     AnyJSON embed;
     if (!reader_.readAny(embed)) return false;
     content = std::get<AnyJSON::Object>(std::move(embed.value));
+    return true;
+  }
+
+  bool readText(Content& content) {
+    const auto text = reader_.readVerbatimString();
+    if (!text) return reader_.readString(content.resetText());
+    content = Content(*text);
     return true;
   }
 
@@ -174,7 +213,10 @@ class DeltaReader {
   bool readAttributes(std::optional<Attributes>& out) {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
-    if (*kind == Kind::object && (out = recentAttributes_.pass(reader_))) return true;
+    if (const auto* known = *kind == Kind::object ? recentAttributes_.pass(reader_) : nullptr) {
+      out = *known;
+      return true;
+    }
     if (*kind != Kind::object && *kind != Kind::null) {
       return failInOperation(".attributes", DecodingFault::typeMismatch);
     }
@@ -193,9 +235,12 @@ class DeltaReader {
   void reserve() {
     const auto count = operations_.size();
     if (count < operations_.capacity()) return;
+    constexpr std::size_t smallSample = 4096;  // whose share of the text may mislead
     const double share = static_cast<double>(size_) / static_cast<double>(reader_.offset());
     const auto expected = static_cast<std::size_t>(static_cast<double>(count) * share * 1.05);
-    operations_.reserve(std::clamp(expected, count + count / 2 + 8, 8 * count + 8));
+    // An operation takes some bytes of the text, which bounds what is expected.
+    operations_.reserve(
+        std::max(count + count / 2 + 8, count < smallSample ? std::min(expected, 8 * count) : expected));
   }
 
   std::string operationPath() const {
@@ -215,12 +260,12 @@ class DeltaReader {
   const std::size_t size_;
   JSONReader reader_;
   RecentAttributes recentAttributes_;
-  std::vector<Operation> operations_;
+  LargeVector<Operation> operations_;
   std::size_t index_ = 0;  // of the operation that is being read
   std::string listPath_;
   bool isInside_ = false;  // of the list of operations
   std::string path_;
-  DecodingFault fault_ = DecodingFault::malformed;
+  std::optional<DecodingFault> fault_;  // of the values
 };
 
 void encodeOperation(JSONWriter& writer, const Operation& operation) {
@@ -228,7 +273,7 @@ void encodeOperation(JSONWriter& writer, const Operation& operation) {
   writer.beginObject();
   if (const auto* insert = operation.asInsert()) {
     writer.key("insert");
-    if (const auto* text = insert->content.text()) {
+    if (const auto text = insert->content.text()) {
       writer.string(*text);
     } else {
       encodeJSON(writer, *insert->content.embed());

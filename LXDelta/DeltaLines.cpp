@@ -32,7 +32,7 @@ bool DeltaLines::next() {
       end_ = {count, 0};
       return false;
     }
-    const auto* text = insert->content.text();
+    const auto text = insert->content.text();
     if (!text) {
       hasContent = true;
       continue;

@@ -36,8 +36,8 @@ class DeltaLines {
   void eachPart(Visit visit) const {
     for (std::size_t i = begin_.operation; i < operations_->size() && i <= end_.operation; ++i) {
       const auto& insert = *(*operations_)[i].asInsert();
-      const auto* text = insert.content.text();
-      std::string_view part = text ? std::string_view(*text) : std::string_view();
+      const auto text = insert.content.text();
+      std::string_view part = text.value_or(std::string_view());
       if (i == end_.operation) part = part.substr(0, end_.offset);
       if (i == begin_.operation) part.remove_prefix(begin_.offset);
       if (!text || !part.empty()) visit(insert, part);
@@ -50,7 +50,7 @@ class DeltaLines {
     std::size_t offset = 0;  // in the bytes of its text
   };
 
-  const std::vector<Operation>* operations_;
+  const LargeVector<Operation>* operations_;
   std::array<char, 4> separator_{};
   std::size_t separatorSize_ = 0;
   std::int64_t index_ = -1;

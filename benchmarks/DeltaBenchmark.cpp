@@ -17,7 +17,7 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
-/// The time that this program had at most in memory so far, in KiB.
+/// How much of this program was in memory at once so far, in KiB.
 long peakMemory() {
   rusage usage{};
   getrusage(RUSAGE_SELF, &usage);

@@ -17,7 +17,7 @@ SharedList makeListWithItem(std::int64_t indent, ListType type, const SharedList
   return list;
 }
 
-SharedList withItemInSameIndent(const SharedList& info, ListType type) {
+SharedList withItemInSameIndent(SharedList info, ListType type) {
   const bool isOfType = !info->items().empty() && info->items().front().type == type;
   if (!isOfType) return makeListWithItem(info->indent(), type, info->parentList());
   info->append({type, nullptr});
@@ -38,7 +38,7 @@ SharedList withItemInDeeperIndent(SharedList info, ListType type, std::int64_t i
 SharedList withItem(SharedList info, ListType type, std::int64_t indent) {
   while (info && indent < info->indent()) info = info->parentList();
   if (!info) return makeListWithItem(indent, type, nullptr);
-  return indent == info->indent() ? withItemInSameIndent(info, type)
+  return indent == info->indent() ? withItemInSameIndent(std::move(info), type)
                                   : withItemInDeeperIndent(std::move(info), type, indent);
 }
 
@@ -47,21 +47,29 @@ SharedList withItem(SharedList info, ListType type, std::int64_t indent) {
 LineParsingStateMachine::LineParsingStateMachine(std::weak_ptr<LineParsingStateMachineObserverProtocol> observer)
     : observer_(std::move(observer)) {}
 
+template <class Kind>
+Kind& LineParsingStateMachine::enter(const Attributes& attributes) {
+  // Lines of one kind mostly follow one another.
+  auto* const current = std::get_if<Kind>(&state_);
+  auto& state = current ? *current : state_.emplace<Kind>();
+  state.attributes = attributes;
+  return state;
+}
+
 void LineParsingStateMachine::body(const Attributes& attributes) {
-  state_.emplace<Body>(attributes);
+  enter<Body>(attributes);
   tellObserver();
 }
 
 void LineParsingStateMachine::header(std::int64_t level, const Attributes& attributes) {
-  state_.emplace<Header>(level, attributes);
+  enter<Header>(attributes).level = level;
   tellObserver();
 }
 
 void LineParsingStateMachine::list(Attributes::ListType type, const Attributes& attributes) {
   const auto indent = std::clamp(attributes.indent().value_or(0), -deepestIndent, deepestIndent);
-  const auto* current = std::get_if<List>(&state_);
-  auto info = withItem(current ? current->info : nullptr, type, indent);
-  state_.emplace<List>(std::move(info), attributes);
+  auto& info = enter<List>(attributes).info;
+  info = withItem(std::move(info), type, indent);
   tellObserver();
 }
 

@@ -50,6 +50,8 @@ class LineParsingStateMachine {
   void list(Attributes::ListType type, const Attributes& attributes);
 
  private:
+  template <class Kind>
+  Kind& enter(const Attributes& attributes);
   void tellObserver() const;
 
   State state_;

@@ -1,28 +1,20 @@
 #include "LXServices/Rendering/LineParsingStateMachineObserver.h"
 
-#include "LXUtils/Foundation/Overloaded.h"
-
 namespace lx::DeltaRenderUtils {
-namespace {
-
-using Machine = LineParsingStateMachine;
-
-}  // namespace
 
 void LineParsingStateMachineObserver::stateMachineDidHandleLine(const LineParsingStateMachine& stateMachine) {
-  const auto note = [this](LineType type, const Attributes& attributes) {
-    linesInfo.insertOrAssign(lineIndex, std::move(type), attributes);
-  };
-  std::visit(Overloaded{
-                 [](const Machine::Initial&) {},
-                 [&](const Machine::Body& state) { note({LineType::Body{}}, state.attributes); },
-                 [&](const Machine::Header& state) { note({LineType::Heading{state.level}}, state.attributes); },
-                 [&](const Machine::List& state) {
-                   const auto count = static_cast<std::int64_t>(state.info->items().size());
-                   note({LineType::ListItem{state.info, count}}, state.attributes);
-                 },
-             },
-             stateMachine.state());
+  using Machine = LineParsingStateMachine;
+  const auto& state = stateMachine.state();
+  if (const auto* body = std::get_if<Machine::Body>(&state)) {
+    linesInfo.insertOrAssign(lineIndex, body->attributes);
+  } else if (const auto* header = std::get_if<Machine::Header>(&state)) {
+    auto* const line = linesInfo.insertOrAssign(lineIndex, header->attributes);
+    if (line) line->lineType.value.emplace<LineType::Heading>(header->level);
+  } else if (const auto* list = std::get_if<Machine::List>(&state)) {
+    auto* const line = linesInfo.insertOrAssign(lineIndex, list->attributes);
+    const auto count = static_cast<std::int64_t>(list->info->items().size());
+    if (line) line->lineType.value.emplace<LineType::ListItem>(list->info, count);
+  }
 }
 
 }  // namespace lx::DeltaRenderUtils

@@ -3,13 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <utility>
-#include <vector>
 
 #include "LXServices/Rendering/LineInfo.h"
+#include "LXUtils/Foundation/SegmentedVector.h"
 
 namespace lx::DeltaRenderUtils {
 
-/// A map from the indices 0, 1, 2, ... of lines to what is known of them, which lies side by side.
+/// A map from the indices 0, 1, 2, ... of lines to what is known of them, numbered without gaps.
 class LinesInfo {
  public:
   /// An entry as an iterator shows it: `for (const auto& [index, line] : lines)`.
@@ -20,7 +20,7 @@ class LinesInfo {
 
   class Iterator {
    public:
-    Iterator(const std::vector<LineInfo>& lines, std::size_t index) : lines_(&lines), index_(index) {}
+    Iterator(const SegmentedVector<LineInfo>& lines, std::size_t index) : lines_(&lines), index_(index) {}
     Entry operator*() const { return {static_cast<std::int64_t>(index_), (*lines_)[index_]}; }
     Iterator& operator++() {
       ++index_;
@@ -29,7 +29,7 @@ class LinesInfo {
     bool operator==(const Iterator&) const = default;
 
    private:
-    const std::vector<LineInfo>* lines_;
+    const SegmentedVector<LineInfo>* lines_;
     std::size_t index_;
   };
 
@@ -44,23 +44,19 @@ class LinesInfo {
                                                                          : nullptr;
   }
 
-  /// Notes a line with the indent that its attributes give. `index` is that of a known line, or the one after the last;
-  /// others are ignored.
-  void insertOrAssign(std::int64_t index, LineType type, const Attributes& attributes) {
+  /// Notes a line as body text with the indent that its attributes give, and answers it for the caller to say what else
+  /// it is. `index` is that of a known line, or the one after the last; for others nothing is noted.
+  LineInfo* insertOrAssign(std::int64_t index, const Attributes& attributes) {
     const auto place = static_cast<std::size_t>(index);
     const auto indent = attributes.indent().value_or(0);
-    if (place == lines_.size()) {
-      lines_.emplace_back(std::move(type), indent, attributes);
-    } else if (place < lines_.size()) {
-      lines_[place] = {std::move(type), indent, attributes};
-    }
+    if (place == lines_.size()) return &lines_.emplace_back(LineType(), indent, attributes);
+    if (place > lines_.size()) return nullptr;
+    lines_[place] = {LineType(), indent, attributes};
+    return &lines_[place];
   }
 
-  /// Makes room for as many lines.
-  void reserve(std::size_t count) { lines_.reserve(count); }
-
  private:
-  std::vector<LineInfo> lines_;
+  SegmentedVector<LineInfo> lines_;
 };
 
 }  // namespace lx::DeltaRenderUtils

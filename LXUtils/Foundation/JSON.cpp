@@ -195,6 +195,30 @@ class NodeBuilder {
   std::pmr::vector<JSONNode> stack_;
 };
 
+/// Makes exponents that the parser cannot count as large as it can: infinite and 0 they are in either case. Answers
+/// whether there were any.
+bool limitExponents(std::span<char> text) {
+  constexpr std::size_t countable = 9;  // digits
+  const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+  bool isChanged = false;
+  bool isInString = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '"') isInString = !isInString;
+    if (isInString && text[i] == '\\') ++i;
+    if (isInString || i >= text.size() || (text[i] != 'e' && text[i] != 'E')) continue;
+    std::size_t begin = i + 1;
+    if (begin < text.size() && (text[begin] == '+' || text[begin] == '-')) ++begin;
+    while (begin < text.size() && text[begin] == '0') ++begin;
+    std::size_t end = begin;
+    while (end < text.size() && isDigit(text[end])) ++end;
+    if (end - begin <= countable) continue;
+    std::ranges::fill(text.subspan(begin, end - begin - countable), '0');
+    std::ranges::fill(text.subspan(end - countable, countable), '9');
+    isChanged = true;
+  }
+  return isChanged;
+}
+
 std::unexpected<Error> refuse(std::string path, DecodingFault fault) {
   return fail(DecodingError{std::move(path), fault});
 }
@@ -229,6 +253,12 @@ Result<JSONDocument> JSONDocument::parse(std::string_view text, const JSONLimits
   boost::json::basic_parser<NodeBuilder> parser(options, text, limits.maxValues, storage->arena, storage->root);
   ErrorCode error;
   const std::size_t consumed = parser.write_some(false, text.data(), text.size(), error);
+  if (error == boost::json::error::exponent_overflow) {
+    auto* copy = static_cast<char*>(storage->arena.allocate(text.size(), 1));
+    std::ranges::copy(text, copy);
+    // Without any change it is a number that is too large.
+    if (limitExponents({copy, text.size()})) return parse({copy, text.size()}, limits, std::move(storage));
+  }
   const bool beyondLimits = parser.handler().limitReached() || error == boost::json::error::too_deep;
   if (beyondLimits) return refuse({}, DecodingFault::outOfRange);
   if (error || consumed != text.size()) {

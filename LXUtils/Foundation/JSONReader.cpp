@@ -12,6 +12,7 @@
 #include <emmintrin.h>
 #endif
 
+#include "LXUtils/Foundation/LargeVector.h"
 #include "LXUtils/Foundation/UTF8.h"
 
 namespace lx {
@@ -19,12 +20,15 @@ namespace {
 
 using Kind = JSONValue::Kind;
 
+/// Of a string that is not worth more than the simplest way to read it.
+constexpr std::size_t shortString = 1024;
+
 constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 constexpr bool isPlain(char c) { return static_cast<signed char>(c) >= 0x20 && c != '"' && c != '\\'; }
 
 #ifdef __SSE2__
-constexpr std::ptrdiff_t block = 16;
+constexpr std::size_t block = 16;
 
 /// A bit, from the lowest on, for each byte of the block that is not plain.
 unsigned specialBytes(const char* text) {
@@ -35,12 +39,16 @@ unsigned specialBytes(const char* text) {
                    _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')), _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'))));
   return static_cast<unsigned>(_mm_movemask_epi8(special));
 }
+
+void copyBlock(const char* from, char* to) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
+}
 #endif
 
 /// The first byte that is not plain text: a quote, a backslash, a control character or the lead of a longer sequence.
 const char* endOfPlainText(const char* text, const char* end) {
 #ifdef __SSE2__
-  for (; end - text >= block; text += block) {
+  for (; static_cast<std::size_t>(end - text) >= block; text += block) {
     if (const unsigned special = specialBytes(text)) return text + std::countr_zero(special);
   }
 #endif
@@ -48,21 +56,22 @@ const char* endOfPlainText(const char* text, const char* end) {
   return text;
 }
 
-/// The end of the characters outside ASCII that the text begins with; null when one of them is no UTF-8.
-const char* endOfLongSequences(const char* text, const char* end) {
+/// The length of the character outside ASCII that the text begins with; 0 when it begins with none.
+std::size_t longSequenceLength(const char* text, const char* end) {
   const auto isTail = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; };
+  const auto lead = static_cast<unsigned char>(*text);
+  // Two and three bytes without special bounds are what there is most of.
+  if (lead >= 0xC2 && lead <= 0xDF && end - text >= 2 && isTail(text[1])) return 2;
+  if (lead >= 0xE1 && lead <= 0xEC && end - text >= 3 && isTail(text[1]) && isTail(text[2])) return 3;
+  return lead < 0x80 ? 0 : utf8SequenceLength({text, static_cast<std::size_t>(end - text)});
+}
+
+/// The end of the well-formed characters outside ASCII that the text begins with.
+const char* endOfLongSequences(const char* text, const char* end) {
   while (text != end && static_cast<unsigned char>(*text) >= 0x80) {
-    const auto lead = static_cast<unsigned char>(*text);
-    // Two and three bytes without special bounds are what there is most of.
-    if (lead >= 0xC2 && lead <= 0xDF && end - text >= 2 && isTail(text[1])) {
-      text += 2;
-    } else if (lead >= 0xE1 && lead <= 0xEC && end - text >= 3 && isTail(text[1]) && isTail(text[2])) {
-      text += 3;
-    } else {
-      const std::size_t length = utf8SequenceLength({text, static_cast<std::size_t>(end - text)});
-      if (length == 0) return nullptr;
-      text += length;
-    }
+    const std::size_t length = longSequenceLength(text, end);
+    if (length == 0) break;
+    text += length;
   }
   return text;
 }
@@ -193,7 +202,6 @@ bool JSONReader::readString(std::string& out) {
   skipBlanks();
   if (position_ == end_ || *position_ != '"') return fail();
   const char* text = ++position_;
-  std::size_t nextGrowth = 1024;
   out.clear();
   while (true) {
     position_ = endOfPlainText(position_, end_);
@@ -204,26 +212,77 @@ bool JSONReader::readString(std::string& out) {
     }
     if (*position_ == '\\') {
       out.append(text, position_);
-      if (out.size() >= nextGrowth) nextGrowth = makeRoom(out);
       if (!readEscape(out)) return false;
+      if (out.size() >= shortString) readBlocks(out);
       text = position_;
     } else {
       const char* const next = endOfLongSequences(position_, end_);
-      if (!next || next == position_) return fail();
+      if (next == position_) return fail();
       position_ = next;
     }
   }
 }
 
-std::size_t JSONReader::makeRoom(std::string& out) const {
+#ifdef __SSE2__
+void JSONReader::readBlocks(std::string& out) {
   // A long text grows once, to its end, instead of being copied over and over. Where the quote found is an escaped one,
-  // this is called again, so the text at least doubles.
-  const auto left = static_cast<std::size_t>(end_ - position_);
-  const auto* quote = static_cast<const char*>(std::memchr(position_, '"', left));
-  const auto expected = quote ? static_cast<std::size_t>(quote - position_) : left;
-  const auto size = std::max(2 * out.size(), out.size() + expected);
-  out.reserve(size);
-  return size;
+  // this comes again, so the text at least doubles.
+  const auto used = out.size();
+  if (out.capacity() - used < 2 * block) {
+    const auto left = static_cast<std::size_t>(end_ - position_);
+    const auto* quote = static_cast<const char*>(std::memchr(position_, '"', left));
+    out.reserve(std::max(2 * used, used + 2 * block + (quote ? static_cast<std::size_t>(quote - position_) : left)));
+    preferLargePages(out.data(), out.capacity());
+  }
+  out.resize_and_overwrite(out.capacity(), [&](char* buffer, std::size_t room) {
+    char* to = buffer + used;
+    // One block more than is written is left, for what follows a special byte.
+    const char* const lastTo = buffer + room - 2 * block;
+    while (to <= lastTo && rest().size() >= 2 * block) {
+      copyBlock(position_, to);
+      const unsigned special = specialBytes(position_);
+      if (special == 0) {
+        position_ += block;
+        to += block;
+        continue;
+      }
+      const int plain = std::countr_zero(special);
+      position_ += plain;
+      to += plain;
+      if (*position_ == '\\') {
+        *to = shortEscape(position_[1]);
+        if (*to == '\0') break;
+        ++to;
+        position_ += 2;
+      } else {
+        const std::size_t length = longSequenceLength(position_, end_);
+        if (length == 0) break;  // also the end of the string
+        std::memcpy(to, position_, 4);
+        to += length;
+        position_ += length;
+      }
+    }
+    return static_cast<std::size_t>(to - buffer);
+  });
+}
+#else
+void JSONReader::readBlocks(std::string&) {}
+#endif
+
+std::optional<std::string_view> JSONReader::readVerbatimString() {
+  if (!comesNext('"')) return std::nullopt;
+  const char* const text = position_ + 1;
+  const char* end = text;
+  while (true) {
+    end = endOfPlainText(end, end_);
+    if (end == end_ || *end == '\\') return std::nullopt;
+    if (*end == '"') break;
+    const char* const next = endOfLongSequences(end, end_);
+    if (next == end) return std::nullopt;
+    end = next;
+  }
+  position_ = end + 1;
+  return std::string_view(text, static_cast<std::size_t>(end - text));
 }
 
 bool JSONReader::readEscape(std::string& out) {

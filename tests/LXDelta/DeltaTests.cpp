@@ -51,6 +51,71 @@ TEST(Delta, JSONComesBackAsItCame) {
   EXPECT_EQ(jsonOf(Delta().insert("\xff")), "none");
 }
 
+TEST(Delta, LongTextsComeBackWhateverTheyAreSpeltWith) {
+  std::mt19937 random(5);
+  // What is usual in a string, and what stops its reading block by block.
+  const std::pair<std::string_view, std::string_view> pieces[] = {
+      {"plain text of some length ", "plain text of some length "},
+      {"a", "a"},
+      {R"(\n)", "\n"},
+      {R"(\")", "\""},
+      {R"(\u00e9\ud83d\ude00)", "\xc3\xa9\xf0\x9f\x98\x80"},
+      {R"(\u0000)", {"\0", 1}},
+      {"\xc3\xa9\xe6\x97\xa5\xe6\x9c\xac", "\xc3\xa9\xe6\x97\xa5\xe6\x9c\xac"},
+      {"\xf0\x9f\x98\x80\xe0\xa4\x95", "\xf0\x9f\x98\x80\xe0\xa4\x95"},
+  };
+  for (int round = 0; round < 40; ++round) {
+    std::string spelt;
+    std::string meant;
+    const auto kinds = 1 + random() % std::size(pieces);
+    for (auto size = random() % 9000; spelt.size() < size;) {
+      const auto& [spelling, meaning] = pieces[random() % kinds];
+      spelt += spelling;
+      meant += meaning;
+    }
+    const auto read = [](const std::string& text) { return Delta::fromJSON("[{\"insert\":\"" + text + "\"}]"); };
+    const auto delta = read(spelt);
+    ASSERT_TRUE(delta);
+    ASSERT_EQ(delta->operations().front().asInsert()->content.text(), meant);
+    // A fault is met where it stands, however the text before it was read.
+    for (const std::string_view fault : {"\n", "\\x", "\xc3", "\\ud800", "\xed\xa0\x80"}) {
+      const auto failed = read(spelt + std::string(fault) + std::string(random() % 60, 'x'));
+      ASSERT_FALSE(failed);
+      const auto place = 12 + spelt.size() + (fault == "\\ud800" ? 6 : 0);
+      ASSERT_EQ(failed.error().description(), "[0] at byte " + std::to_string(place) + ": malformed");
+    }
+  }
+}
+
+TEST(Delta, UsualAndUnusualSpellingsOfAnOperationReadAlike) {
+  const Delta expected =
+      Delta().insert("a\n").insert("\n", Attributes(std::vector{Attributes::Attribute::list(ListType::bullet)}));
+  for (
+      const auto* const text : {
+          R"([{"insert":"a\n"},{"insert":"\n","attributes":{"list":"bullet"}}])",
+          R"([{"insert":"a\n" },{"insert":"\n","attributes":{"list":"bullet"} }])",
+          R"([{"insert":"a\n","x":1},{"insert":"\n","attributes":{"list":"bullet"},"x":[{}]}])",
+          R"([{ "insert" : "a\n" } , {"attributes":{"list":"bullet"},"insert":"\n"}])",
+          R"([{"insert":"x","insert":"a\n"},{"insert":{},"attributes":{"a":1},"insert":"\n","attributes":{"list":"bullet"}}])",
+          R"([{"insert":"a\u000a","attributes":null},{"insert":"\n","attributes":{"list":"bullet"}}])",
+      }) {
+    const auto delta = Delta::fromJSON(text);
+    ASSERT_TRUE(delta) << text << delta.error().description();
+    EXPECT_EQ(*delta, expected) << text;
+  }
+  // The braces of a text or of an object inside do not end known attributes.
+  const auto nested = Delta::fromJSON(
+      R"([{"insert":"a","attributes":{"x":{}}},{"insert":"a","attributes":{"x":{},"y":1}},{"insert":"a","attributes":{"x":"}"}},
+          {"insert":"a","attributes":{"x":"}","y":2}},{"insert":"a","attributes":{"x":1}},{"insert":"a","attributes":{"x":1}}])");
+  ASSERT_TRUE(nested);
+  std::vector<std::string> attributes;
+  for (const auto& operation : nested->operations()) {
+    attributes.push_back(encodeJSONText(*operation.asInsert()->attributes).value());
+  }
+  EXPECT_THAT(attributes, testing::ElementsAre(R"({"x":{}})", R"({"x":{},"y":1})", R"({"x":"}"})", R"({"x":"}","y":2})",
+                                               R"({"x":1})", R"({"x":1})"));
+}
+
 TEST(Delta, AttributesReadTheirLineFormats) {
   const struct {
     std::string_view attributes;

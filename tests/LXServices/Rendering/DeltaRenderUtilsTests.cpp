@@ -188,7 +188,7 @@ TEST(ListInfo, TreesOfAnyDepthAreFreedAndCompared) {
     last = nested;
   }
   RenderInfo info;
-  info.lines.insertOrAssign(0, {LineType::ListItem{root, 1}}, Attributes());
+  info.lines.insertOrAssign(0, Attributes())->lineType = {LineType::ListItem{root, 1}};
   EXPECT_EQ(ListNumbering(info).lists().size(), 200'000U);
   EXPECT_EQ(info, RenderInfo(info));
   root.reset();

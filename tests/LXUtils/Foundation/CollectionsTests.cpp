@@ -1,0 +1,59 @@
+#include <memory>
+#include <random>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "LXUtils/Foundation/LinkedList.h"
+#include "LXUtils/Foundation/SegmentedVector.h"
+
+namespace lx {
+namespace {
+
+TEST(LinkedList, ElementsStayInTheirPlacesWhileOthersComeAndGo) {
+  std::mt19937 random(3);
+  LinkedList<std::shared_ptr<int>> list;
+  std::vector<std::shared_ptr<int>> expected;
+  std::vector<const std::shared_ptr<int>*> places;
+  // First mostly growing over many blocks, then mostly shrinking, with turns at the blocks' ends.
+  for (int round = 0; round < 6000; ++round) {
+    const bool grows = random() % 10 < (round < 3000 ? 8U : 2U);
+    if (grows || expected.empty()) {
+      expected.push_back(std::make_shared<int>(round));
+      list.push_back(expected.back());
+      places.push_back(&list.back());
+    } else {
+      list.pop_back();
+      EXPECT_EQ(expected.back().use_count(), 1);
+      expected.pop_back();
+      places.pop_back();
+    }
+    ASSERT_EQ(list.size(), expected.size());
+    ASSERT_EQ(list.empty(), expected.empty());
+    if (expected.empty()) continue;
+    ASSERT_EQ(list.front(), expected.front());
+    ASSERT_EQ(list.back(), expected.back());
+    if (round % 500 != 0) continue;
+    std::size_t index = 0;
+    for (const auto& element : std::as_const(list)) {
+      ASSERT_EQ(element, expected[index]);
+      ASSERT_EQ(&element, places[index++]);
+    }
+    ASSERT_EQ(index, expected.size());
+  }
+}
+
+TEST(SegmentedVector, ElementsKeepTheirIndexInCopiesToo) {
+  SegmentedVector<std::size_t> numbers;
+  EXPECT_TRUE(numbers.empty());
+  for (std::size_t i = 0; i < 6000; ++i) ASSERT_EQ(numbers.emplace_back(i), i);
+  auto copy = numbers;
+  for (std::size_t i = 6000; i < 30'000; ++i) copy.emplace_back(i);
+  EXPECT_EQ(numbers.size(), 6000U);
+  ASSERT_EQ(copy.size(), 30'000U);
+  for (std::size_t i = 0; i < copy.size(); ++i) ASSERT_EQ(copy[i], i);
+}
+
+}  // namespace
+}  // namespace lx
