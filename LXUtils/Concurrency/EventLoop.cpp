@@ -2,6 +2,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <future>
 #include <map>
 #include <unordered_map>
 #include <utility>
@@ -160,6 +161,16 @@ void EventLoop::perform(Work work) {
   } else {
     post(std::move(work));
   }
+}
+
+void EventLoop::waitForPosted(std::chrono::milliseconds limit) {
+  {
+    const std::lock_guard lock(startMutex_);
+    if (!thread_.joinable() || isOnLoopThread()) return;
+  }
+  const auto reached = std::make_shared<std::promise<void>>();
+  post([reached] { reached->set_value(); });
+  reached->get_future().wait_for(limit);
 }
 
 EventLoop::TimerID EventLoop::addTimer(Deadline deadline, Work work) {

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "LXUtils/Concurrency/RuntimeInternal.h"
@@ -45,8 +46,22 @@ LateJoiner& lateJoiner() {
   return *joiner;
 }
 
-struct JoinAtExit {
-  ~JoinAtExit() { lateJoiner().joinForExit(); }
+// A session that was let go of just before the exit still closes its connections on the loop's thread, with libraries
+// that take themselves down after this. A loop that is held up does not hold up the exit.
+class EndAtExit {
+ public:
+  explicit EndAtExit(const std::weak_ptr<Runtime>& current) : current_(current) {}
+  EndAtExit(const EndAtExit&) = delete;
+  EndAtExit& operator=(const EndAtExit&) = delete;
+  ~EndAtExit() {
+    if (const auto runtime = current_.lock()) runtime->eventLoop().waitForPosted(longestWait);
+    lateJoiner().joinForExit();
+  }
+
+ private:
+  static constexpr std::chrono::milliseconds longestWait{1000};
+
+  const std::weak_ptr<Runtime>& current_;
 };
 
 }  // namespace
@@ -106,7 +121,7 @@ void WorkerPool::Core::loop() {
 std::shared_ptr<Runtime> Runtime::shared() {
   static std::mutex mutex;
   static std::weak_ptr<Runtime> current;
-  static const JoinAtExit joinAtExit;
+  static const EndAtExit endAtExit(current);
   // Outside the mutex: such a thread may ask for the runtime on its way out.
   joinEarlierThreads();
   const std::lock_guard lock(mutex);
