@@ -44,7 +44,7 @@ void CurlMulti::run() {
   // libcurl asks to be called again at once while it has work left. Every now and then the other descriptors of the
   // loop get their turn.
   constexpr int longestTurn = 32;
-  for (int turn = 0; turn < longestTurn && !stopped_; ++turn) {
+  for (int turn = 0; turn < longestTurn; ++turn) {
     if (isDue_) {
       isDue_ = false;
       int running = 0;
@@ -53,15 +53,13 @@ void CurlMulti::run() {
     const bool anyFinished = tellOfFinished();
     if (!isDue_ && !anyFinished) return;
   }
-  if (isDue_ && !stopped_) timer_.set(systemSteadyNow());
+  if (isDue_) timer_.set(systemSteadyNow());
 }
 
 bool CurlMulti::tellOfFinished() {
   bool any = false;
   int left = 0;
-  while (!stopped_) {
-    const CURLMsg* const message = curl_multi_info_read(multi_, &left);
-    if (!message) break;
+  while (const CURLMsg* const message = curl_multi_info_read(multi_, &left)) {
     if (message->msg != CURLMSG_DONE) continue;
     // The message does not outlive the removal.
     CURL* const easy = message->easy_handle;

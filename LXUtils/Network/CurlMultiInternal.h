@@ -37,9 +37,6 @@ class CurlMulti {
   /// Does what is due, and tells of the transfers that ended by it.
   void run();
 
-  /// No transfer is told of any more.
-  void stop() { stopped_ = true; }
-
  private:
   struct Socket {
     std::uint32_t wanted = 0;   // by libcurl now
@@ -63,7 +60,6 @@ class CurlMulti {
   LazyTimer timer_;
   std::unordered_map<int, Socket> sockets_;
   bool isDue_ = false;
-  bool stopped_ = false;
 };
 
 }  // namespace lx
