@@ -85,7 +85,7 @@ class DeltaReader {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
     if (*kind == Kind::array) return readOperations();
-    if (*kind != Kind::object) return fail("", DecodingFault::typeMismatch);
+    if (*kind != Kind::object) return failType("");
     listPath_ = "ops";
     reader_.beginObject();
     bool isThere = false;
@@ -106,7 +106,7 @@ class DeltaReader {
   bool readOperations() {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
-    if (*kind != Kind::array) return fail(listPath_, DecodingFault::typeMismatch);
+    if (*kind != Kind::array) return failType(listPath_);
     reader_.beginArray();
     isInside_ = true;
     while (reader_.nextElement()) {
@@ -120,7 +120,7 @@ class DeltaReader {
   bool readOperation() {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
-    if (*kind != Kind::object) return failInOperation("", DecodingFault::typeMismatch);
+    if (*kind != Kind::object) return failType(operationPath());
     reserve();
     // Read in place: moving a text through several hands takes as long as reading it.
     auto& insert = std::get<Operation::Insert>(operations_.emplace_back().value);
@@ -184,7 +184,7 @@ class DeltaReader {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
     if (*kind == Kind::string) return readText(content);
-    if (*kind != Kind::object) return failInOperation(".insert", DecodingFault::typeMismatch);
+    if (*kind != Kind::object) return failType(operationPath() + ".insert");
     AnyJSON embed;
     if (!reader_.readAny(embed)) return false;
     content = std::get<AnyJSON::Object>(std::move(embed.value));
@@ -201,8 +201,8 @@ class DeltaReader {
   bool readLength(std::string_view member, std::optional<std::int64_t>& out) {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
+    if (*kind != Kind::number) return failType(operationPath().append(member));
     AnyJSON value;
-    if (*kind != Kind::number) return failInOperation(member, DecodingFault::typeMismatch);
     if (!reader_.readAny(value)) return false;
     const auto* length = std::get_if<std::int64_t>(&value.value);
     if (!length || *length < 0) return failInOperation(member, DecodingFault::outOfRange);
@@ -218,7 +218,7 @@ class DeltaReader {
       return true;
     }
     if (*kind != Kind::object && *kind != Kind::null) {
-      return failInOperation(".attributes", DecodingFault::typeMismatch);
+      return failType(operationPath() + ".attributes");
     }
     const std::string_view text = reader_.rest();
     AnyJSON values;
@@ -246,6 +246,9 @@ class DeltaReader {
   std::string operationPath() const {
     return isInside_ ? listPath_ + "[" + std::to_string(index_) + "]" : std::string();
   }
+
+  /// Passes the value of another kind than is wanted first: it may be no value at all.
+  bool failType(std::string path) { return reader_.skipValue() && fail(std::move(path), DecodingFault::typeMismatch); }
 
   bool failInOperation(std::string_view member, DecodingFault fault) {
     return fail(operationPath().append(member), fault);

@@ -152,6 +152,8 @@ TEST(Delta, WhatIsNoDocumentIsRefusedWithItsPlace) {
   } cases[] = {
       {"", "byte 0: malformed"},
       {"ops", "byte 0: malformed"},
+      {"nojson", "byte 0: malformed"},
+      {R"([{"insert":nope}])", "[0] at byte 11: malformed"},
       {"7", "wrong type"},
       {"{}", "ops: missing"},
       {R"({"ops":{}})", "ops: wrong type"},
@@ -179,7 +181,7 @@ TEST(Delta, WhatIsNoDocumentIsRefusedWithItsPlace) {
       {R"([{"insert":"a"}]])", "byte 16: malformed"},
       {R"([{"retain":01}])", "[0] at byte 12: malformed"},
       {R"([{"insert":"a","x":1e999}])", "[0] at byte 19: malformed"},
-      {"[{\"insert\":" + std::string(100'000, '['), "[0].insert: wrong type"},
+      {"[{\"insert\":" + std::string(100'000, '['), "[0] at byte 73: out of range"},
       {"[{\"x\":" + std::string(1'000'000, '['), "[0] at byte 68: out of range"},
   };
   for (const auto& c : cases) {
