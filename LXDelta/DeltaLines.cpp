@@ -37,9 +37,12 @@ bool DeltaLines::next() {
       hasContent = true;
       continue;
     }
-    const auto found = separator.size() == 1 ? text->find(separator.front(), at.offset)
-                       : separator.empty()   ? text->npos
-                                             : text->find(separator, at.offset);
+    auto found = text->npos;
+    if (separator.size() == 1) {
+      found = text->find(separator.front(), at.offset);
+    } else if (!separator.empty()) {
+      found = text->find(separator, at.offset);
+    }
     if (found != text->npos) {
       end_ = {at.operation, found + separator.size()};
       attributes_ = &insert->attributes;

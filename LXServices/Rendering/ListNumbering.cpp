@@ -6,6 +6,7 @@ ListNumbering::ListNumbering(const RenderInfo& renderInfo) {
   for (const auto& [index, line] : renderInfo.lines) {
     if (const auto* item = line.lineType.asListItem()) add(item->info.get());
   }
+  // NOLINTNEXTLINE(modernize-loop-convert): more lists join while it runs
   for (std::size_t i = 0; i < lists_.size(); ++i) {
     for (const auto& item : lists_[i]->items()) add(item.nestedList.get());
   }

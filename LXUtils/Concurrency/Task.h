@@ -437,7 +437,8 @@ class Promise {
   void completeAs(const detail::SharedResult<T>& result) { state_->completeAs(result); }
 
   void abandon() {
-    if (state_) state_->complete(fail(TaskError::cancelled));
+    // Nearly always completed by now, and an error costs memory.
+    if (state_ && !state_->isCompleted()) state_->complete(fail(TaskError::cancelled));
   }
 
   std::shared_ptr<detail::TaskState<T>> state_;
