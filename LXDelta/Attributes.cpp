@@ -66,6 +66,8 @@ const AnyJSON::Object& Attributes::values() const {
   return record_ ? record_->values : none;
 }
 
+bool Attributes::haveEqualValues(const Record& a, const Record& b) { return a.values == b.values; }
+
 void Coding<Attributes>::encode(JSONWriter& writer, const Attributes& attributes) {
   encodeJSON(writer, attributes.values());
 }

@@ -44,7 +44,7 @@ class Attributes {
   const AnyJSON::Object& values() const;
 
   friend bool operator==(const Attributes& a, const Attributes& b) {
-    return a.record_ == b.record_ || (a.record_ && b.record_ && a.record_->values == b.record_->values);
+    return a.record_ == b.record_ || (a.record_ && b.record_ && haveEqualValues(*a.record_, *b.record_));
   }
 
  private:
@@ -54,6 +54,8 @@ class Attributes {
     std::optional<std::int64_t> header;
     std::optional<std::int64_t> indent;
   };
+
+  static bool haveEqualValues(const Record& a, const Record& b);
 
   std::shared_ptr<const Record> record_;  // none for empty attributes
 };

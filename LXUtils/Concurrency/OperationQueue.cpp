@@ -1,5 +1,9 @@
 #include "LXUtils/Concurrency/OperationQueue.h"
 
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
 #include <utility>
 
 #include "LXUtils/Foundation/Clock.h"
@@ -11,6 +15,31 @@ thread_local bool isPumping = false;
 
 }  // namespace
 
+struct MainQueue::State {
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::deque<Work> work;
+  std::uint64_t wakes = 0;
+  std::atomic<bool> stopped{false};
+
+  /// Runs the first piece of work, if there is one, with `lock` let go of meanwhile.
+  bool runOne(std::unique_lock<std::mutex>& lock) {
+    if (work.empty()) return false;
+    Work first = std::move(work.front());
+    work.pop_front();
+    lock.unlock();
+    const bool outer = std::exchange(isPumping, true);
+    first();
+    first = nullptr;
+    isPumping = outer;
+    lock.lock();
+    return true;
+  }
+};
+
+MainQueue::MainQueue() : state_(std::make_unique<State>()) {}
+MainQueue::~MainQueue() = default;
+
 const std::shared_ptr<MainQueue>& MainQueue::shared() {
   static const auto queue = std::make_shared<MainQueue>();
   return queue;
@@ -18,10 +47,10 @@ const std::shared_ptr<MainQueue>& MainQueue::shared() {
 
 void MainQueue::async(Work work) {
   {
-    const std::lock_guard lock(mutex_);
-    work_.push_back(std::move(work));
+    const std::lock_guard lock(state_->mutex);
+    state_->work.push_back(std::move(work));
   }
-  changed_.notify_all();
+  state_->changed.notify_all();
 }
 
 void MainQueue::sync(const std::function<void()>& work) {
@@ -44,64 +73,52 @@ const std::string& MainQueue::label() const {
   return label;
 }
 
-bool MainQueue::runOne(std::unique_lock<std::mutex>& lock) {
-  if (work_.empty()) return false;
-  Work work = std::move(work_.front());
-  work_.pop_front();
-  lock.unlock();
-  const bool outer = std::exchange(isPumping, true);
-  work();
-  work = nullptr;
-  isPumping = outer;
-  lock.lock();
-  return true;
-}
-
 std::size_t MainQueue::drain() {
   std::size_t count = 0;
-  std::unique_lock lock(mutex_);
-  while (runOne(lock)) ++count;
+  std::unique_lock lock(state_->mutex);
+  while (state_->runOne(lock)) ++count;
   return count;
 }
 
 void MainQueue::pumpUntil(const std::atomic<bool>& done) {
-  std::unique_lock lock(mutex_);
+  std::unique_lock lock(state_->mutex);
   while (!done) {
-    if (!runOne(lock)) changed_.wait(lock, [&] { return done || !work_.empty(); });
+    if (!state_->runOne(lock)) state_->changed.wait(lock, [&] { return done || !state_->work.empty(); });
   }
 }
 
 void MainQueue::run() {
-  pumpUntil(stopped_);
-  stopped_ = false;
+  pumpUntil(state_->stopped);
+  state_->stopped = false;
 }
 
 void MainQueue::stop() {
-  stopped_ = true;
+  state_->stopped = true;
   wake();
 }
 
 bool MainQueue::runUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
   const auto clock = Clock::system();
   const auto deadline = clock->steadyNow() + timeout;
-  std::unique_lock lock(mutex_);
+  std::unique_lock lock(state_->mutex);
   while (true) {
     // `done` is looked at without the lock, so that a wake during the look must be remembered.
-    const auto wakesBefore = wakes_;
+    const auto wakesBefore = state_->wakes;
     lock.unlock();
     const bool holds = done();
     lock.lock();
     if (holds) return true;
     if (clock->steadyNow() >= deadline) return false;
-    if (!runOne(lock)) changed_.wait_until(lock, deadline, [&] { return wakes_ != wakesBefore || !work_.empty(); });
+    if (!state_->runOne(lock))
+      state_->changed.wait_until(lock, deadline, [&] { return state_->wakes != wakesBefore || !state_->work.empty(); });
   }
 }
 
 void MainQueue::wake() {
   // Taken, so that the notification cannot fall between the pump's look and its wait.
-  const std::lock_guard lock(mutex_);
-  ++wakes_;
-  changed_.notify_all();
+  const std::lock_guard lock(state_->mutex);
+  ++state_->wakes;
+  state_->changed.notify_all();
 }
 
 }  // namespace lx

@@ -2,11 +2,9 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <cstdint>
-#include <deque>
+#include <functional>
 #include <memory>
-#include <mutex>
+#include <string>
 
 #include "LXUtils/Concurrency/DispatchQueue.h"
 #include "LXUtils/Concurrency/Task.h"
@@ -17,6 +15,9 @@ namespace lx {
 /// queue, from one thread at a time, and nothing queued here runs while nobody does.
 class MainQueue final : public DispatchQueue {
  public:
+  MainQueue();
+  ~MainQueue() override;
+
   /// The process's main queue.
   static const std::shared_ptr<MainQueue>& shared();
 
@@ -53,14 +54,11 @@ class MainQueue final : public DispatchQueue {
   void wake();
 
  private:
-  void pumpUntil(const std::atomic<bool>& done);
-  bool runOne(std::unique_lock<std::mutex>& lock);
+  struct State;
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::deque<Work> work_;
-  std::uint64_t wakes_ = 0;
-  std::atomic<bool> stopped_{false};
+  void pumpUntil(const std::atomic<bool>& done);
+
+  const std::unique_ptr<State> state_;
 };
 
 /// Where operations of the system's own vocabulary run.

@@ -36,6 +36,8 @@ AnyJSON owned(JSONValue value) {
 
 }  // namespace
 
+bool AnyJSON::operator==(const AnyJSON& other) const { return value == other.value; }
+
 Decoded<AnyJSON> Coding<AnyJSON>::decode(JSONValue value) { return owned(value); }
 
 void Coding<AnyJSON>::encode(JSONWriter& writer, const AnyJSON& any) {

@@ -19,7 +19,7 @@ struct AnyJSON {
   /// Whole numbers within the range are std::int64_t, however they were spelt; all others are double.
   std::variant<Null, bool, std::int64_t, double, std::string, Array, Object> value;
 
-  bool operator==(const AnyJSON&) const = default;
+  bool operator==(const AnyJSON& other) const;
 };
 
 template <>

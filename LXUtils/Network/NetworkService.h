@@ -26,16 +26,14 @@ class NetworkService {
   /// Fails for a status outside 200 to 299, a missing body and a body that is not the JSON of a T.
   template <class T>
   Task<T> authorizeAndLoadJSON(URLRequest request) {
-    return authorizeAndLoad(std::move(request))
-        .decode(analyzeNetworkResponse())
-        .decode(&decodeData)
-        .decode(decodeJSONBody<T>);
+    return authorizeAndLoadBody(std::move(request)).decode(decodeJSONBody<T>);
   }
 
   /// Fails for a status outside 200 to 299; the body does not matter.
-  Task<void> authorizeAndLoadVoid(URLRequest request) {
-    return authorizeAndLoad(std::move(request)).decode(analyzeNetworkResponse()).map([](const NetworkResponse&) {});
-  }
+  Task<void> authorizeAndLoadVoid(URLRequest request);
+
+ private:
+  Task<Data> authorizeAndLoadBody(URLRequest request);
 };
 
 }  // namespace lx

@@ -7,8 +7,6 @@ namespace lx {
 
 /// The stage that lets a successful response of an auth endpoint pass and turns any other into a
 /// NetworkServiceError::ServerError, with an AuthServerErrorInfo when the body holds one.
-inline std::function<Result<NetworkResponse>(const NetworkResponse&)> analyzeAuthResponse() {
-  return analyzeNetworkResponse(errorInfoDecoder<AuthServerErrorInfo>());
-}
+std::function<Result<NetworkResponse>(const NetworkResponse&)> analyzeAuthResponse();
 
 }  // namespace lx
