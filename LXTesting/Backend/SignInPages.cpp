@@ -3,6 +3,7 @@
 #include <openssl/evp.h>
 
 #include "LXTesting/Backend/RouterInternal.h"
+#include "LXUtils/Foundation/HTMLText.h"
 #include "LXUtils/Foundation/PercentEncoding.h"
 
 namespace lx::backend {
@@ -13,36 +14,13 @@ namespace {
 constexpr std::string_view userField = "user";
 constexpr std::string_view loginTypeField = "login_type";
 
-std::string escaped(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      default:
-        result += c;
-    }
-  }
-  return result;
-}
-
 std::string button(std::string_view name, std::string_view value, std::string_view label) {
   std::string result = "<p><button name=\"";
   return result.append(name)
       .append("\" value=\"")
-      .append(escaped(value))
+      .append(htmlEscaped(value))
       .append("\">")
-      .append(escaped(label))
+      .append(htmlEscaped(label))
       .append("</button></p>\n");
 }
 
@@ -52,9 +30,9 @@ ServerResponse page(const World& world, const ServerRequest& request, const Form
   std::string html =
       "<!DOCTYPE html>\n<html lang=\"en\">\n<head><meta charset=\"utf-8\"><title>Sign in</title></head>\n<body>\n"
       "<h1>Sign in</h1>\n<form method=\"post\" action=\"" +
-      escaped(request.path) + "\">\n";
+      htmlEscaped(request.path) + "\">\n";
   for (const auto& [name, value] : parameters) {
-    html += "<input type=\"hidden\" name=\"" + escaped(name) + "\" value=\"" + escaped(value) + "\">\n";
+    html += "<input type=\"hidden\" name=\"" + htmlEscaped(name) + "\" value=\"" + htmlEscaped(value) + "\">\n";
   }
   for (const auto& user : world.accounts.users()) {
     if (user.key != "anonymous") html += button(userField, user.key, "Continue as " + user.key);

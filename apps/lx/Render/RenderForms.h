@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "LXDelta/Delta.h"
@@ -11,6 +12,10 @@
 namespace lx::tool {
 
 // The forms in which a document is told. Each takes time in proportion to it.
+
+/// What is deeper is shown so deep: a page or a terminal has no more room.
+inline constexpr std::int64_t deepestIndent = 64;
+inline constexpr std::int64_t deepestHeading = 6;
 
 /// For people: headings, items with their bullets and numbers, indented.
 std::string renderedText(const Delta& delta, const DeltaRenderUtils::RenderInfo& renderInfo, const Style& style);

@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "LXUtils/Foundation/HTMLText.h"
+
 #include "lx/Render/ItemNumbers.h"
 #include "lx/Render/LineText.h"
 #include "lx/Render/RenderForms.h"
@@ -10,33 +12,6 @@ namespace {
 
 using namespace DeltaRenderUtils;
 using ListType = Attributes::ListType;
-
-constexpr std::int64_t deepestIndent = 64;
-constexpr std::int64_t deepestHeading = 6;
-
-std::string escaped(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      default:
-        // The form knows no other control characters.
-        result += static_cast<unsigned char>(c) < 0x20 && c != '\t' ? ' ' : c;
-    }
-  }
-  return result;
-}
 
 /// The address that the piece links to, when following it can do no more than open a page or a letter.
 const std::string* linkOf(const LinePiece& piece) {
@@ -53,12 +28,12 @@ std::string contentOf(const DeltaLines& lines) {
       {"code", "code"}, {"bold", "strong"}, {"italic", "em"}, {"underline", "u"}, {"strike", "s"}};
   std::string content;
   eachPiece(lines, [&](const LinePiece& piece) {
-    std::string html =
-        piece.embed.empty() ? escaped(piece.text) : "<span class=\"embed\">[" + escaped(piece.embed) + "]</span>";
+    std::string html = piece.embed.empty() ? htmlEscaped(piece.text)
+                                           : "<span class=\"embed\">[" + htmlEscaped(piece.embed) + "]</span>";
     for (const auto& [format, tag] : formats) {
       if (piece.is(format)) html = "<" + std::string(tag) + ">" + html + "</" + std::string(tag) + ">";
     }
-    if (const auto* link = linkOf(piece)) html = "<a href=\"" + escaped(*link) + "\">" + html + "</a>";
+    if (const auto* link = linkOf(piece)) html = "<a href=\"" + htmlEscaped(*link) + "\">" + html + "</a>";
     content += html;
   });
   return content;

@@ -10,9 +10,6 @@ namespace {
 using namespace DeltaRenderUtils;
 using ListType = Attributes::ListType;
 
-constexpr std::int64_t deepestIndent = 64;
-constexpr std::int64_t deepestHeading = 6;
-
 std::string contentOf(const DeltaLines& lines, const Style& style) {
   std::string content;
   eachPiece(lines, [&](const LinePiece& piece) {
