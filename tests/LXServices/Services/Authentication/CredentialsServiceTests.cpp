@@ -260,6 +260,7 @@ TEST_F(CredentialsService, APairThatTheStoreDoesNotTakeIsKeptAndStoredLater) {
   EXPECT_EQ(stack.events.count("get beside access-newer"), 1U);
   EXPECT_EQ(storedToken(), "access-old");
   stack.store->failLoads(std::nullopt);
+  stack.clock->manual.advance(std::chrono::seconds(1));
   stack.get("later");
 
   EXPECT_EQ(stack.events.count("get later access-newer"), 1U);

@@ -134,8 +134,8 @@ std::optional<OAuth2Credentials> OAuth2CredentialsServiceImpl::loadForCaller(Mut
   return std::nullopt;
 }
 
-// The stored credentials, or the pair that the store did not take when it should have: that is stored again first. Once
-// the store holds anything but what the pair replaces, the store is right.
+// The stored credentials, or the pair that the store did not take when it should have; storing that is tried again once
+// a second. Once the store holds anything but what the pair replaces, the store is right.
 Result<std::optional<OAuth2Credentials>> OAuth2CredentialsServiceImpl::loadCredentials(MutableState& state) {
   auto stored = credStorage_->loadOAuth2Credentials();
   if (!state.unsaved) return stored;
@@ -144,8 +144,10 @@ Result<std::optional<OAuth2Credentials>> OAuth2CredentialsServiceImpl::loadCrede
     return stored;
   }
   auto credentials = state.unsaved->credentials;
+  const auto now = clock_->steadyNow();
   // What cannot be read may be anybody's, and is not written over.
-  if (!stored) return credentials;
+  if (!stored || now < state.unsaved->nextAttempt) return credentials;
+  state.unsaved->nextAttempt = now + std::chrono::seconds(1);
   if (credStorage_->storeOAuth2Credentials(credentials)) state.unsaved.reset();
   return credentials;
 }
@@ -451,7 +453,7 @@ void OAuth2CredentialsServiceImpl::storeAndFinish(MutableState& state, Effects& 
   } else {
     // The refresh token that is in the store has been spent: what replaces it must not be lost.
     const auto& replaced = state.unsaved ? state.unsaved->replaced : state.refresh.credentials;
-    state.unsaved = Unsaved{credentials, replaced};
+    state.unsaved = Unsaved{credentials, replaced, clock_->steadyNow()};
     log(effects, 4, "Did fail to store credentials", stored.error(), "handleRefreshSuccess(_:)");
   }
   finish(state, effects, credentials, stored ? Notification::success : Notification::none);

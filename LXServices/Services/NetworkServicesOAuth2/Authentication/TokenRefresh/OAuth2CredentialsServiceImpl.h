@@ -116,6 +116,7 @@ class OAuth2CredentialsServiceImpl final : public OAuth2CredentialsService,
   struct Unsaved {
     OAuth2Credentials credentials;
     OAuth2Credentials replaced;
+    Clock::SteadyTime nextAttempt;  // each costs the callers the time of a write to the disk
   };
 
   struct MutableState {
