@@ -2,6 +2,8 @@
 
 #include "LXServices/BundleSettings.h"
 
+#include "support/Examples.h"
+
 namespace lx {
 namespace {
 
@@ -39,14 +41,8 @@ std::string validList() {
          std::string(documentType) + "</array></dict></plist>";
 }
 
-std::string replaced(std::string text, std::string_view what, std::string_view with) {
-  const auto at = text.find(what);
-  EXPECT_NE(at, text.npos) << what;
-  return text.replace(at, what.size(), with);
-}
-
 std::string withoutKey(const std::string& text, std::string_view key) {
-  return replaced(text, "<key>" + std::string(key) + "</key>", "<key>other</key>");
+  return replacing(text, "<key>" + std::string(key) + "</key>", "<key>other</key>");
 }
 
 /// The list with a number under the key in place of what stands there; `element` is the value's tag.
@@ -135,12 +131,12 @@ TEST(BundleSettings, OptionalEntriesMayBeAbsentOrOfAnotherType) {
                            withNumber(validList(), "lx-mobile-spell-version", "string")}) {
     EXPECT_EQ(read(list).value().mobileSpellVersion(), std::nullopt);
   }
-  const auto scalar = replaced(validList(), "<array>" + std::string(documentType) + "</array>", "<string/>");
+  const auto scalar = replacing(validList(), "<array>" + std::string(documentType) + "</array>", "<string/>");
   for (const auto& list : {withoutKey(validList(), "CFBundleDocumentTypes"), scalar}) {
     EXPECT_THAT(read(list).value().supportedDocumentTypes(), IsEmpty());
   }
   auto icons = withNumber(validList(), "CFBundleTypeIconFile", "string");
-  icons = replaced(icons, "<string>icon-1</string>", "<true/>");
+  icons = replacing(icons, "<string>icon-1</string>", "<true/>");
   const auto type = read(icons).value().supportedDocumentTypes().at(0);
   EXPECT_EQ(type.iconFileName, std::nullopt);
   EXPECT_EQ(type.iconFiles, std::nullopt);

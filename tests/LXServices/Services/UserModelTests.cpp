@@ -3,6 +3,8 @@
 
 #include "LXServices/Services/UserModel.h"
 
+#include "support/Examples.h"
+
 namespace lx {
 namespace {
 
@@ -18,12 +20,6 @@ constexpr std::string_view full =
     R"("organizationType":"FOUNDATION"},)"
     R"("managedModeInfo":{"compliant":true,"ssoId":"s","ssoUrl":"not a url","institutionName":"Org"},)"
     R"("groups":["mobile-ios","x"],"customFields":{"a":"1","b":""}})";
-
-std::string replacing(std::string text, std::string_view what, std::string_view with) {
-  const auto at = text.find(what);
-  EXPECT_NE(at, std::string::npos) << what;
-  return text.replace(at, what.size(), with);
-}
 
 std::string roundTrip(std::string_view text) {
   const auto user = decodeJSON<UserModel>(text);
