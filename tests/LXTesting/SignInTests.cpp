@@ -31,28 +31,5 @@ TEST_F(DevBackendSignIn, TheAuthorizePageEndsInARedirectWithACodeAndTheState) {
   EXPECT_EQ(submit(path, form + "&user=blocked").status, 403);
 }
 
-TEST_F(DevBackendSignIn, TheOlderPageEndsInACodeForCookies) {
-  const auto page = "code_challenge=" + challenge + "&client_id=mobile-ios";
-  EXPECT_EQ(get("/signin/app?" + page).status, 200);
-  EXPECT_EQ(queryValue(submit("/signin/app", page + "&login_type=use_google").header("Location"), "login_type"),
-            "use_google");
-  const auto target = submit("/signup/app", page + "&user=institution").header("Location");
-  EXPECT_EQ(queryValue(target, "code_challenge"), challenge);
-
-  const auto body =
-      R"({"code":")" + queryValue(target, "code") + R"(","code_verifier":")" + verifier + "\"," + mobile + "}";
-  const std::string exchange = "/v3/api/unified-login/code/exchange";
-  EXPECT_EQ(post(exchange, body).status, 403) << "without the referer";
-  const auto exchanged = post(exchange, body, {{"Referer", "https://app.lexiconia.com/signin/oauth"}});
-  const auto lxauth = exchanged.response.cookieValue(HTTPCookieName::authToken).value_or("");
-  EXPECT_EQ(get("/v3/user", {{"Cookie", "a=b; lxauth=" + lxauth}}).json("id"), "1002") << exchanged.body;
-}
-
-TEST_F(DevBackendSignIn, NativeSignInRefusesBadCredentialsAndBlockedUsers) {
-  const std::string blocked = R"({"google_signin":{"access_token":"google-blocked"}})";
-  EXPECT_EQ(post("/v4/api/native-sign-in", blocked).status, 403);
-  EXPECT_EQ(post("/v4/api/native-sign-in", blocked, {{"Authorization", "Bearer bad"}}).status, 401);
-}
-
 }  // namespace
 }  // namespace lx::test

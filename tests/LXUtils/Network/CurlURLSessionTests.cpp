@@ -50,13 +50,7 @@ TEST(CurlURLSession, SendsEachMethodAsItIsOverOneConnection) {
         response("201 Created", "X-Path: " + request.path + "\r\n", request.head.substr(0, 4) == "HEAD" ? "" : "ok")};
   });
   const auto session = CurlURLSession::make();
-  struct Case {
-    HTTPMethod method;
-    std::optional<std::string> body;
-    const char* line;
-    std::vector<std::string> length;
-  };
-  const std::vector<Case> cases = {
+  const std::tuple<HTTPMethod, std::optional<std::string>, const char*, std::vector<std::string>> cases[] = {
       {HTTPMethod::post, "12345", "POST /a/../b?q=1 HTTP/1.1\r\n", {"Content-Length: 5"}},
       {HTTPMethod::get, std::nullopt, "GET /a/../b?q=1 HTTP/1.1\r\n", {}},
       {HTTPMethod::put, std::nullopt, "PUT /a/../b?q=1 HTTP/1.1\r\n", {"Content-Length: 0"}},
