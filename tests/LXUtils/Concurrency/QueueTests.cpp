@@ -1,4 +1,5 @@
 #include <atomic>
+#include <future>
 #include <thread>
 #include <vector>
 
@@ -53,6 +54,18 @@ TEST(SerialQueue, SyncWorksFromItsOwnWorkAndFromMoreQueuesThanThereAreWorkers) {
     const auto& other = queues.front();
     other->sync([&] { target->sync([&] { other->sync([&] { EXPECT_EQ(calls, 12); }); }); });
   }
+}
+
+TEST(SerialQueue, TheLastOwnerMayBeItsOwnWork) {
+  std::promise<void> gone;
+  struct Witness {
+    std::promise<void>* gone;
+    ~Witness() { gone->set_value(); }
+  };
+  auto queue = DispatchQueue::makeSerial("short-lived");
+  queue->async([queue, witness = std::make_unique<Witness>(&gone)] {});
+  queue.reset();
+  gone.get_future().wait();
 }
 
 TEST(SystemClock, TimersFireInTheOrderOfTheirDeadlinesAndNotWhenCancelled) {

@@ -67,6 +67,12 @@ TEST(PropertyList, WhatIsOfAnotherTypeCountsAsMissing) {
   EXPECT_EQ(parse(binary({"\xD1\x01\x02", "\x51k", "\x51\xFF"})).value().string("k"), std::nullopt);
 }
 
+TEST(PropertyList, ASublistOutlivesTheListItCameFrom) {
+  std::optional<PropertyList> inner;
+  inner = parse(xml("<dict><key>d</key><dict><key>k</key><string>v</string></dict></dict>")).value().dictionary("d");
+  EXPECT_EQ(inner.value().string("k"), "v");
+}
+
 TEST(PropertyList, HostileInputIsRefused) {
   std::vector<std::string> doubling, chain;
   for (char i = 1; i < 40; ++i) doubling.push_back(std::string("\xA2") + i + i);
