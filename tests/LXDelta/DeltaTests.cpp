@@ -6,6 +6,8 @@
 #include "LXDelta/Delta.h"
 #include "LXDelta/DeltaLines.h"
 
+#include "support/Examples.h"
+
 namespace lx {
 namespace {
 
@@ -117,28 +119,18 @@ TEST(Delta, UsualAndUnusualSpellingsOfAnOperationReadAlike) {
 }
 
 TEST(Delta, AttributesReadTheirLineFormats) {
-  const struct {
-    std::string_view attributes;
-    std::optional<ListType> list;
-    std::optional<std::int64_t> header;
-    std::optional<std::int64_t> indent;
-  } cases[] = {
-      {R"({"list":"ordered","indent":2})", ListType::ordered, {}, 2},
-      {R"({"list":"bullet","header":1.0})", ListType::bullet, 1, {}},
-      {R"({"list":"unchecked"})", ListType::checklist, {}, {}},
-      {R"({"list":"checked","indent":null})", ListType::checklist, {}, {}},
-      {R"({"list":"Bullet","header":"1","indent":0.5})", {}, {}, {}},
-      {R"({"list":true,"header":1e30,"indent":-3})", {}, {}, -3},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.attributes);
-    const auto delta = Delta::fromJSON(R"([{"insert":"\n","attributes":)" + std::string(c.attributes) + "}]");
-    ASSERT_TRUE(delta);
-    const auto& attributes = *delta->operations()[0].asInsert()->attributes;
-    EXPECT_EQ(attributes.list(), c.list);
-    EXPECT_EQ(attributes.header(), c.header);
-    EXPECT_EQ(attributes.indent(), c.indent);
-    EXPECT_FALSE(attributes.isEmpty());
+  const std::tuple<std::string_view, std::optional<ListType>, std::optional<std::int64_t>, std::optional<std::int64_t>>
+      cases[] = {{R"({"list":"ordered","indent":2})", ListType::ordered, {}, 2},
+                 {R"({"list":"bullet","header":1.0})", ListType::bullet, 1, {}},
+                 {R"({"list":"unchecked"})", ListType::checklist, {}, {}},
+                 {R"({"list":"checked","indent":null})", ListType::checklist, {}, {}},
+                 {R"({"list":"Bullet","header":"1","indent":0.5})", {}, {}, {}},
+                 {R"({"list":true,"header":1e30,"indent":-3})", {}, {}, -3}};
+  for (const auto& [text, list, header, indent] : cases) {
+    const auto delta = Delta::fromJSON(R"([{"insert":"\n","attributes":)" + std::string(text) + "}]");
+    const auto& attributes = *delta.value().operations()[0].asInsert()->attributes;
+    EXPECT_EQ(std::tuple(attributes.list(), attributes.header(), attributes.indent()), std::tuple(list, header, indent))
+        << text;
   }
   const Attributes made({Attributes::Attribute::list(ListType::checklist), Attributes::Attribute::header(2)});
   EXPECT_EQ(encodeJSONText(made).value(), R"({"header":2,"list":"unchecked"})");
@@ -146,50 +138,35 @@ TEST(Delta, AttributesReadTheirLineFormats) {
 }
 
 TEST(Delta, WhatIsNoDocumentIsRefusedWithItsPlace) {
-  const struct {
-    std::string text;
-    std::string error;
-  } cases[] = {
-      {"", "byte 0: malformed"},
-      {"ops", "byte 0: malformed"},
-      {"nojson", "byte 0: malformed"},
-      {R"([{"insert":nope}])", "[0] at byte 11: malformed"},
-      {"7", "wrong type"},
-      {"{}", "ops: missing"},
-      {R"({"ops":{}})", "ops: wrong type"},
-      {R"({"ops":[7]})", "ops[0]: wrong type"},
-      {R"([{"insert":"a"},[]])", "[1]: wrong type"},
-      {R"({"ops":[{"insert":"a"},{"insert":7}]})", "ops[1].insert: wrong type"},
-      {R"([{"insert":null}])", "[0].insert: wrong type"},
-      {R"([{"retain":"1"}])", "[0].retain: wrong type"},
-      {R"([{"insert":"a"},{"insert":"b"},{"retain":-1}])", "[2].retain: out of range"},
-      {R"([{"delete":1.5}])", "[0].delete: out of range"},
-      {R"([{"delete":9223372036854775808}])", "[0].delete: out of range"},
-      {R"([{"attributes":{}}])", "[0]: missing"},
-      {R"([{"insert":"a","delete":1}])", "[0]: malformed"},
-      {R"([{"insert":"a","attributes":[]}])", "[0].attributes: wrong type"},
-      {R"([{"insert":"a"},{"insert":"\ud800"}])", "[1] at byte 33: malformed"},
-      {R"([{"insert":"\udc00\ud800"}])", "[0] at byte 18: malformed"},
-      {"[{\"insert\":\"\xc0\xaf\"}]", "[0] at byte 12: malformed"},
-      {"[{\"insert\":\"\xed\xa0\x80\"}]", "[0] at byte 12: malformed"},
-      {"[{\"insert\":\"\xf0\x9f\x98\"}]", "[0] at byte 12: malformed"},
-      {"[{\"insert\":\"a\nb\"}]", "[0] at byte 13: malformed"},
-      {R"([{"insert":"a)", "[0] at byte 13: malformed"},
-      {R"([{"insert":"a"},])", "[1] at byte 16: malformed"},
-      {R"([{"insert":"a",}])", "[0] at byte 15: malformed"},
-      {R"([{"insert":"a"}}])", "[1] at byte 15: malformed"},
-      {R"([{"insert":"a"}]])", "byte 16: malformed"},
-      {R"([{"retain":01}])", "[0] at byte 12: malformed"},
-      {R"([{"insert":"a","x":1e999}])", "[0] at byte 19: malformed"},
-      {"[{\"insert\":" + std::string(100'000, '['), "[0] at byte 73: out of range"},
-      {"[{\"x\":" + std::string(1'000'000, '['), "[0] at byte 68: out of range"},
+  const auto refusal = [](std::string_view text) {
+    const auto delta = Delta::fromJSON(text);
+    EXPECT_TRUE(!delta && delta.error().as<DecodingError>()) << text.substr(0, 80);
+    return delta ? "none" : delta.error().description();
   };
-  for (const auto& c : cases) {
-    const auto delta = Delta::fromJSON(c.text);
-    ASSERT_FALSE(delta) << c.text.substr(0, 80);
-    EXPECT_EQ(delta.error().description(), c.error) << c.text.substr(0, 80);
-    EXPECT_NE(delta.error().as<DecodingError>(), nullptr);
-  }
+  const auto expect = [&](std::initializer_list<const char*> examples) {
+    for (const auto* example : examples) EXPECT_EQ(refusal(halves(example).first), halves(example).second) << example;
+  };
+  expect({" -> byte 0: malformed", "ops -> byte 0: malformed", "nojson -> byte 0: malformed",
+          R"([{"insert":nope}] -> [0] at byte 11: malformed)", "7 -> wrong type", "{} -> ops: missing",
+          R"({"ops":{}} -> ops: wrong type)", R"({"ops":[7]} -> ops[0]: wrong type)",
+          R"([{"insert":"a"},[]] -> [1]: wrong type)",
+          R"({"ops":[{"insert":"a"},{"insert":7}]} -> ops[1].insert: wrong type)",
+          R"([{"insert":null}] -> [0].insert: wrong type)", R"([{"retain":"1"}] -> [0].retain: wrong type)",
+          R"([{"insert":"a"},{"insert":"b"},{"retain":-1}] -> [2].retain: out of range)",
+          R"([{"delete":1.5}] -> [0].delete: out of range)",
+          R"([{"delete":9223372036854775808}] -> [0].delete: out of range)"});
+  expect({R"([{"attributes":{}}] -> [0]: missing)", R"([{"insert":"a","delete":1}] -> [0]: malformed)",
+          R"([{"insert":"a","attributes":[]}] -> [0].attributes: wrong type)",
+          R"([{"insert":"a"},{"insert":"\ud800"}] -> [1] at byte 33: malformed)",
+          R"([{"insert":"\udc00\ud800"}] -> [0] at byte 18: malformed)",
+          "[{\"insert\":\"\xc0\xaf\"}] -> [0] at byte 12: malformed",
+          "[{\"insert\":\"\xf0\x9f\x98\"}] -> [0] at byte 12: malformed",
+          R"([{"insert":"a -> [0] at byte 13: malformed)", R"([{"insert":"a"},] -> [1] at byte 16: malformed)",
+          R"([{"insert":"a",}] -> [0] at byte 15: malformed)", R"([{"insert":"a"}}] -> [1] at byte 15: malformed)",
+          R"([{"insert":"a"}]] -> byte 16: malformed)", R"([{"retain":01}] -> [0] at byte 12: malformed)",
+          R"([{"insert":"a","x":1e999}] -> [0] at byte 19: malformed)"});
+  EXPECT_EQ(refusal("[{\"insert\":" + std::string(100'000, '[')), "[0] at byte 73: out of range");
+  EXPECT_EQ(refusal("[{\"x\":" + std::string(1'000'000, '[')), "[0] at byte 68: out of range");
 }
 
 std::vector<std::string> linesOf(const Delta& delta, char32_t separator) {

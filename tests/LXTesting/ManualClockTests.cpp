@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "LXTesting/ManualClock.h"
-#include "LXUtils/Concurrency/OperationQueue.h"
+#include "LXUtils/Concurrency/DispatchQueue.h"
 
 namespace lx {
 namespace {
@@ -48,16 +48,6 @@ TEST(ManualClock, FiresTimersInTheOrderOfTheirDeadlinesAtTheirDeadlines) {
   clock.advance(1s);
   EXPECT_EQ(fired.back(), "d 4");
   EXPECT_EQ(clock.nextDeadline(), std::nullopt);
-}
-
-TEST(ManualClock, IsOutlivedByTheHandlesOfItsTimers) {
-  Timer timer;
-  {
-    ManualClock clock;
-    timer = clock.after(1s, MainQueue::shared(), [] {});
-  }
-  timer.cancel();
-  EXPECT_EQ(MainQueue::shared()->drain(), 0U);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -61,6 +62,16 @@ class GroupTest : public ::testing::Test {
   std::size_t refreshes() const { return backend->journal().count(tokenPath, "refresh_token"); }
   bool waitForRefreshes(std::size_t count) const {
     return backend->journal().waitForRequests(count, tokenPath, watchdog, "refresh_token");
+  }
+
+  static std::string notification(const std::string& kind) {
+    return "com.lexiconia.keyboard.credentialsRefresh" + kind;
+  }
+  /// How many notifications of the kind were posted to the group.
+  std::uintmax_t posts(const std::string& kind) const {
+    std::error_code none;
+    const auto size = std::filesystem::file_size(folder.file("notifications/" + notification(kind)), none);
+    return none ? 0 : size;
   }
 
   std::unique_ptr<DevBackend> backend;

@@ -1,6 +1,3 @@
-#include <algorithm>
-#include <cstdio>
-
 #include "e2e/Group.h"
 
 // What the other processes of a group get when the one that refreshes stops, or dies at an awkward moment.
@@ -9,7 +6,6 @@ namespace lx {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::nanoseconds;
 
 class GroupHolder : public GroupTest {
  protected:
@@ -47,6 +43,7 @@ TEST_F(GroupHolder, AStoppedOneLetsTheOthersFailAndOverwritesNothingLater) {
     EXPECT_EQ(answer.error, "OAuth2Error.credentialsRefreshGenericError");
     EXPECT_GE(answer.time - start, milliseconds(600));
   }
+  EXPECT_EQ(posts("Failure"), 0U) << "it may be at work yet";
 
   // The answer to the stopped process is about credentials that nobody has any more.
   const auto newer = signIn(std::chrono::hours(1));
@@ -60,7 +57,6 @@ TEST_F(GroupHolder, AStoppedOneLetsTheOthersFailAndOverwritesNothingLater) {
 }
 
 TEST_F(GroupHolder, AKilledOneIsSucceededSoon) {
-  std::vector<double> delays;
   for (int round = 0; round < 5; ++round) {
     const auto old = signInExpired();
     auto waiter = startReady("waiter");
@@ -73,50 +69,32 @@ TEST_F(GroupHolder, AKilledOneIsSucceededSoon) {
     const auto killed = Clock::system()->steadyNow();
     holder->process.kill();
     ASSERT_TRUE(waitForRefreshes(before + 1));
-    delays.push_back(std::chrono::duration<double, std::milli>(Clock::system()->steadyNow() - killed).count());
+    EXPECT_LT(Clock::system()->steadyNow() - killed, std::chrono::seconds(5));
     const auto answers = waiter->answers();
     EXPECT_EQ(answers.size(), 4U);
     const auto current = stored();
     EXPECT_NE(current, old);
     for (const auto& answer : answers) EXPECT_TRUE(answer.holds(current)) << answer.error;
   }
-  std::ranges::sort(delays);
-  EXPECT_LT(delays.back(), 5000);
-  std::printf("From the holder's death to its successor's request: %.0f to %.0f ms\n", delays.front(), delays.back());
 }
 
-TEST_F(GroupHolder, OneThatDiesWithItsAnswerStoredLeavesItToTheOthers) {
-  for (const auto* death : {"die=afterStore", "die=inAnswer"}) {
+TEST_F(GroupHolder, OneThatDiesLeavesItsAnswerToTheOthersOrIsSucceededByWhoAsksAgain) {
+  backend->setRefreshGrace(std::chrono::hours(1));
+  for (const auto& [death, requests] : {std::pair("afterStore", 1U), {"inAnswer", 1U}, {"beforeStore", 2U}}) {
     SCOPED_TRACE(death);
     const auto old = signInExpired();
     auto waiter = startReady("waiter");
     const auto before = refreshes();
     delayRefreshes(milliseconds(300), true);
-    const auto holder = startHolder({death});
+    const auto holder = startHolder({std::string("die=") + death});
     waiter->process.writeLine("get 4");
     const auto answers = waiter->answers();
     EXPECT_EQ(holder->process.readLine(), "(ended)");
-    const auto current = stored();
-    EXPECT_NE(current, old);
+    EXPECT_NE(stored(), old);
     EXPECT_EQ(answers.size(), 4U);
-    for (const auto& answer : answers) EXPECT_TRUE(answer.holds(current)) << answer.error;
-    EXPECT_EQ(refreshes(), before + 1) << "no token is spent twice";
+    for (const auto& answer : answers) EXPECT_TRUE(answer.holds(stored())) << answer.error;
+    EXPECT_EQ(refreshes(), before + requests) << "a token whose successor is stored is not spent twice";
   }
-}
-
-TEST_F(GroupHolder, OneThatDiesWithItsAnswerInHandIsSucceededByWhoAsksAgain) {
-  backend->setRefreshGrace(std::chrono::hours(1));
-  const auto old = signInExpired();
-  auto waiter = startReady("waiter");
-  delayRefreshes(milliseconds(300), true);
-  const auto holder = startHolder({"die=beforeStore"});
-  waiter->process.writeLine("get 4");
-  const auto answers = waiter->answers();
-  EXPECT_EQ(holder->process.readLine(), "(ended)");
-  EXPECT_NE(stored(), old);
-  EXPECT_EQ(answers.size(), 4U);
-  for (const auto& answer : answers) EXPECT_TRUE(answer.holds(stored())) << answer.error;
-  EXPECT_EQ(refreshes(), 2U);
 }
 
 TEST_F(GroupHolder, RefreshesThatAreForcedWhileOneIsUnderWayShareIt) {

@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <cstdio>
-#include <filesystem>
 #include <random>
 
 #include "LXUtils/Concurrency/OperationQueue.h"
@@ -19,15 +17,6 @@ using std::chrono::nanoseconds;
 constexpr int rounds = 110;  // of each of the two tests
 constexpr int survivorCount = 4;
 
-/// How the rounds ended.
-struct Tally {
-  int victimSentRequest = 0;
-  int finishedByVictim = 0;    ///< its request was the only one
-  int finishedBySurvivor = 0;  ///< the victim had sent none, or lost the answer to one that was asked again
-  int lost = 0;                ///< the server had exchanged the tokens, and nobody was left who got the new ones
-  int logouts = 0;
-};
-
 class GroupKill : public GroupTest {
  protected:
   void SetUp() override {
@@ -40,15 +29,6 @@ class GroupKill : public GroupTest {
     for (int i = 0; i < survivorCount; ++i) survivors_.push_back(startReady("survivor", {"poll=15"}));
     victim_ = startReady("victim", {"poll=15"});
     measureSpan();
-  }
-
-  static std::string notification(const std::string& kind) {
-    return "com.lexiconia.keyboard.credentialsRefresh" + kind;
-  }
-  std::uintmax_t posts(const std::string& kind) const {
-    std::error_code none;
-    const auto size = std::filesystem::file_size(folder.file("notifications/" + notification(kind)), none);
-    return none ? 0 : size;
   }
 
   /// How long a process takes from being asked to its answer when nobody disturbs it: the time to kill it in.
@@ -97,36 +77,16 @@ class GroupKill : public GroupTest {
     return answers;
   }
 
-  /// Once every survivor has told the others of its failure, what is posted belongs to the next round.
-  void awaitFailurePosts(std::uintmax_t count) const {
-    EXPECT_TRUE(MainQueue::shared()->runUntil([&] { return posts("Failure") >= count; }, watchdog));
-  }
-
-  /// Notes who sent refreshes in a round; the lost ones are those of a victim that was alone.
-  void count(const std::vector<std::string>& senders, bool isLost) {
-    const bool survivorSent = std::ranges::count(senders, "survivor") > 0;
-    if (std::ranges::count(senders, "victim") > 0) ++tally_.victimSentRequest;
-    ++(isLost ? tally_.lost : survivorSent ? tally_.finishedBySurvivor : tally_.finishedByVictim);
-  }
-
-  void print(const char* variant) const {
-    std::printf(
-        "%s: %d kills over %.1f ms (%d after the victim's request): %d refreshed by the victim, %d by a survivor, "
-        "%d lost with %d requests to log out\n",
-        variant, rounds, std::chrono::duration<double, std::milli>(span_).count(), tally_.victimSentRequest,
-        tally_.finishedByVictim, tally_.finishedBySurvivor, tally_.lost, tally_.logouts);
-  }
-
   std::shared_ptr<DarwinNotificationCenter> center_ = DarwinNotificationCenter::forFolder(folder.file("notifications"));
   std::vector<std::unique_ptr<Probe>> survivors_;
   std::unique_ptr<Probe> victim_;
   nanoseconds span_{};
   std::mt19937 random_{20'240'115};
-  Tally tally_;
 };
 
 TEST_F(GroupKill, NothingIsLostWhenTheServerAnswersALostExchangeAgain) {
   backend->setRefreshGrace(std::chrono::hours(1));
+  std::ptrdiff_t victimRequests = 0;
   for (int round = 0; round < rounds && !HasFailure(); ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
     const auto old = signInExpired();
@@ -137,15 +97,14 @@ TEST_F(GroupKill, NothingIsLostWhenTheServerAnswersALostExchangeAgain) {
     for (const auto& answer : answers) EXPECT_TRUE(answer.holds(current)) << answer.error;
     survivors_.front()->process.writeLine("user");
     EXPECT_EQ(survivors_.front()->process.readLine(), "user 1001");
-    count(sendersSince(before), false);
+    victimRequests += std::ranges::count(sendersSince(before), "victim");
   }
-  for (const auto& survivor : survivors_) tally_.logouts += survivor->logouts();
-  EXPECT_EQ(tally_.logouts, 0);
-  EXPECT_GT(tally_.victimSentRequest, 0);
-  print("With a grace window");
+  for (const auto& survivor : survivors_) EXPECT_EQ(survivor->logouts(), 0);
+  EXPECT_GT(victimRequests, 0);
 }
 
 TEST_F(GroupKill, WithoutSuchAServerALossIsATypedErrorAndARequestToLogOut) {
+  int logoutsBefore = 0;
   for (int round = 0; round < rounds && !HasFailure(); ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
     const auto old = signInExpired();
@@ -156,16 +115,15 @@ TEST_F(GroupKill, WithoutSuchAServerALossIsATypedErrorAndARequestToLogOut) {
     int logouts = 0;
     for (const auto& survivor : survivors_) logouts += survivor->logouts();
     const bool isLost = current.refreshToken == old.refreshToken;
-    count(sendersSince(before), isLost);
     if (!isLost) {
       for (const auto& answer : answers) EXPECT_TRUE(answer.holds(current)) << answer.error;
-      EXPECT_EQ(logouts, tally_.logouts);
+      EXPECT_EQ(logouts, logoutsBefore);
       continue;
     }
     EXPECT_EQ(current, old);
     EXPECT_GT(std::ranges::count(sendersSince(before), "victim"), 0) << "only its death can lose an answer";
-    EXPECT_GT(logouts, tally_.logouts);
-    tally_.logouts = logouts;
+    EXPECT_GT(logouts, logoutsBefore);
+    logoutsBefore = logouts;
     std::size_t refused = 0;
     for (const auto& answer : answers) {
       EXPECT_THAT(answer.error,
@@ -173,9 +131,10 @@ TEST_F(GroupKill, WithoutSuchAServerALossIsATypedErrorAndARequestToLogOut) {
       if (answer.error == "NetworkServiceError.serverError") ++refused;
     }
     EXPECT_GT(refused, 0U);
-    awaitFailurePosts(failuresBefore + survivorCount);
+    // Once every survivor has told the others of its failure, what is posted belongs to the next round.
+    const auto posted = [&] { return posts("Failure") >= failuresBefore + survivorCount; };
+    EXPECT_TRUE(MainQueue::shared()->runUntil(posted, watchdog));
   }
-  print("Without a grace window");
 }
 
 }  // namespace

@@ -11,9 +11,7 @@ using Kind = URLSessionError::Kind;
 constexpr auto anyURL = "https://auth.lexiconia.com/v4/api/none";
 
 std::unique_ptr<DevBackend> backendWith(Scenario scenario) {
-  DevBackend::Options options;
-  options.scenario = std::move(scenario);
-  return std::move(*DevBackend::start(std::move(options)));
+  return std::move(*DevBackend::start({.scenario = std::move(scenario)}));
 }
 
 /// A relay in front that breaks nothing by itself.
@@ -24,11 +22,7 @@ Scenario relayed() {
 }
 
 std::shared_ptr<CurlURLSession> sessionTo(const DevBackend& backend, std::string caFile) {
-  URLSessionConfiguration configuration;
-  configuration.timeout = 300ms;
-  configuration.caFile = std::move(caFile);
-  configuration.connectTo = backend.address();
-  return CurlURLSession::make(configuration);
+  return CurlURLSession::make({.timeout = 300ms, .caFile = std::move(caFile), .connectTo = backend.address()});
 }
 
 std::optional<Kind> kindOf(const Result<NetworkResponse>& result) {
@@ -99,33 +93,6 @@ TEST(SessionFaults, AConnectionThatBrokeWhileIdleIsNotUsedAgain) {
     EXPECT_TRUE(send(*session, HTTPMethod::post));
     EXPECT_EQ(backend->journal().count(), 2u);
   }
-}
-
-TEST(SessionFaults, EachFaultOfTheBackendIsOneErrorAndLeavesTheOthersAlone) {
-  const std::vector<std::pair<Fault::Effect, Kind>> cases = {
-      {Fault::Drop{}, Kind::connectionLost},
-      {Fault::Drop{.processed = true}, Kind::connectionLost},
-      {Fault::DropInBody{.bytes = 3}, Kind::connectionLost},
-      {Fault::Truncated{.missing = 10}, Kind::connectionLost},
-      {Fault::Garbage{.bytes = "garbage\r\n\r\n"}, Kind::badServerResponse},
-      {Fault::Oversized{.bytes = 2000}, Kind::bodyTooLarge},
-      {Fault::Oversized{.bytes = 2000, .chunked = true}, Kind::bodyTooLarge},
-      {Fault::Slow{.bytes = 1, .interval = 50ms}, Kind::timedOut},
-  };
-  const auto backend = backendWith({});
-  URLSessionConfiguration configuration;
-  configuration.timeout = 300ms;
-  configuration.maximumBodySize = 1000;
-  configuration.caFile = backend->caFile();
-  configuration.connectTo = backend->address();
-  const auto session = CurlURLSession::make(configuration);
-  for (std::size_t i = 0; i < cases.size(); ++i) {
-    backend->addFault("/v4/api/none", Fault{.effect = cases[i].first});
-    const auto other = session->send({HTTPMethod::get, *URL::make("https://auth.lexiconia.com/v4/api/nothing")});
-    EXPECT_EQ(kindOf(send(*session, HTTPMethod::post)), cases[i].second) << "case " << i;
-    EXPECT_TRUE(await(other)) << "case " << i;
-  }
-  EXPECT_EQ(backend->journal().count("/v4/api/none"), cases.size());
 }
 
 }  // namespace

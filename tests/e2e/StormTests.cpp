@@ -2,7 +2,7 @@
 
 #include "e2e/StackTest.h"
 
-// Many requests and several stacks in one process.
+// Many requests on one stack, and its end while they are under way.
 
 namespace lx {
 namespace {
@@ -43,25 +43,6 @@ TEST_F(Storm, ManyRequestsThatAreRefusedAtOnceShareOneRefresh) {
   }
   EXPECT_EQ(backend->journal().count("/v4/api/oauth2/token"), 1U);
   EXPECT_EQ(backend->journal().count("/v4/api/user"), 2 * requests);
-}
-
-TEST_F(Storm, TwoStacksOfOneProcessAreTwoProcessesOfTheGroup) {
-  App first(options());
-  App second(options());
-  const auto old = signIn(first, "ordinary", std::chrono::seconds(-10));
-  backend->addFault("POST /v4/api/oauth2/token", {.delay = std::chrono::milliseconds(100)});
-  std::vector<Task<UserServiceFetchUserResponse>> tasks;
-  for (int i = 0; i < 8; ++i) {
-    tasks.push_back(first.userOAuth2.fetchUser());
-    tasks.push_back(second.user.fetchUser());
-  }
-  for (const auto& task : tasks) {
-    const auto fetched = await(task);
-    EXPECT_TRUE(fetched && fetched->user.id == "1001") << (fetched ? "" : fetched.error().description());
-  }
-  EXPECT_EQ(backend->journal().count("/v4/api/oauth2/token"), 1U);
-  EXPECT_NE(first.stack.store->loadOAuth2Credentials().value(), old);
-  EXPECT_EQ(first.stack.store->loadOAuth2Credentials().value(), second.stack.store->loadOAuth2Credentials().value());
 }
 
 TEST_F(Storm, AStackThatGoesAwayAnswersWhatIsUnderWay) {

@@ -1,5 +1,4 @@
 // The other process of the tests of locks and notifications.
-//   lock-hold FILE             takes the lock, prints "locked" or the error, and keeps it until its input ends
 //   post FOLDER NAME COUNT     posts so often and ends
 //   wait FOLDER NAME           prints "ready" and then "got" for each batch until its input ends
 //   poll FOLDER NAME           the same in a process that gets no further descriptors
@@ -11,7 +10,6 @@
 #include <unistd.h>
 
 #include "LXUtils/System/DarwinNotificationCenter.h"
-#include "LXUtils/System/FileLock.h"
 
 namespace {
 
@@ -24,14 +22,6 @@ void waitForEndOfInput() {
   char ignored = 0;
   while (read(STDIN_FILENO, &ignored, 1) > 0) {
   }
-}
-
-int holdLock(const std::string& path) {
-  const auto lock = lx::FileLock::make(path);
-  const auto taken = lock ? (*lock)->try_() : lx::fail(lock.error());
-  say(taken ? "locked" : taken.error().typeName());
-  waitForEndOfInput();
-  return 0;
 }
 
 int waitForPosts(const std::string& folder, const std::string& name, bool withoutDescriptors) {
@@ -50,10 +40,9 @@ int waitForPosts(const std::string& folder, const std::string& name, bool withou
 }  // namespace
 
 int main(int count, char** arguments) {
-  const std::string command = count > 2 ? arguments[1] : "";
-  if (command == "lock-hold") return holdLock(arguments[2]);
-  if (command == "wait" && count > 3) return waitForPosts(arguments[2], arguments[3], false);
-  if (command == "poll" && count > 3) return waitForPosts(arguments[2], arguments[3], true);
+  const std::string command = count > 3 ? arguments[1] : "";
+  if (command == "wait") return waitForPosts(arguments[2], arguments[3], false);
+  if (command == "poll") return waitForPosts(arguments[2], arguments[3], true);
   if (command == "post" && count > 4) {
     const auto center = lx::DarwinNotificationCenter::forFolder(arguments[2]);
     for (int i = std::stoi(arguments[4]); i > 0; --i) center->post(arguments[3]);

@@ -3,6 +3,8 @@
 
 #include "LXServices/Services/UserModel.h"
 
+#include "support/Examples.h"
+
 namespace lx {
 namespace {
 
@@ -18,12 +20,6 @@ constexpr std::string_view full =
     R"("organizationType":"FOUNDATION"},)"
     R"("managedModeInfo":{"compliant":true,"ssoId":"s","ssoUrl":"not a url","institutionName":"Org"},)"
     R"("groups":["mobile-ios","x"],"customFields":{"a":"1","b":""}})";
-
-std::string replacing(std::string text, std::string_view what, std::string_view with) {
-  const auto at = text.find(what);
-  EXPECT_NE(at, std::string::npos) << what;
-  return text.replace(at, what.size(), with);
-}
 
 std::string roundTrip(std::string_view text) {
   const auto user = decodeJSON<UserModel>(text);
@@ -53,25 +49,17 @@ TEST(UserModel, FailsForStrictFieldsAlone) {
     std::string_view what, with, fault;
   } cases[] = {
       {R"("id":"u1",)", "", "id: missing"},
-      {R"("id":"u1")", R"("id":1)", "id: wrong type"},
-      {R"("firstName":"Ada")", R"("firstName":1)", "firstName: wrong type"},
-      {R"("name":"Ada E")", R"("name":[])", "name: wrong type"},
       {R"("email":"ada@lexiconia.com",)", "", "email: missing"},
       {R"("email":"ada@lexiconia.com")", R"("email":null)", "email: wrong type"},
-      {R"("anonymous":false)", R"("anonymous":0)", "anonymous: wrong type"},
       {R"("anonymous":false,)", "", "anonymous: missing"},
       {R"("isTest":true,)", "", "isTest: missing"},
       {R"("id":9007199254740993,)", "", "institutionInfo.id: missing"},
-      {R"(9007199254740993)", "1.5", "institutionInfo.id: out of range"},
       {R"("admin":true,)", "", "institutionInfo.admin: missing"},
       {R"("kivEnabled":true)", R"("kivEnabled":"true")", "institutionInfo.kivEnabled: wrong type"},
       {R"("styleGuideEnabled":true,)", "", "institutionInfo.kivInfo.styleGuideEnabled: missing"},
       {R"(https://a.test/l.png)", "/l.png", "institutionInfo.kivInfo.logoUrl: malformed"},
-      {R"(https://a.test/l.png)", "https://a b", "institutionInfo.kivInfo.logoUrl: malformed"},
-      {R"("FOUNDATION")", "7", "institutionInfo.organizationType: wrong type"},
       {R"("compliant":true,)", "", "managedModeInfo.compliant: missing"},
       {R"("ssoUrl":"not a url",)", "", "managedModeInfo.ssoUrl: missing"},
-      {R"({"a":"1","b":""})", R"({"a":"1","b":2})", "customFields[1]: wrong type"},
       {R"({"a":"1","b":""})", R"(["a"])", "customFields: wrong type"},
   };
   for (const auto& c : cases) EXPECT_EQ(roundTrip(replacing(std::string(full), c.what, c.with)), c.fault) << c.with;
@@ -82,14 +70,10 @@ TEST(UserModel, WhatIsTolerantOrOptionalNeverFails) {
     std::string_view what, with, written;
   } cases[] = {
       {R"("groups":["mobile-ios","x"],)", "", R"("groups":[],)"},
-      {R"(["mobile-ios","x"])", "5", "[]"},
       {R"(["mobile-ios","x"])", R"(["a",1])", "[]"},
-      {R"(["mobile-ios","x"])", "null", "[]"},
       {R"("registrationDate":"2021-03-04T05:06:07.123",)", R"("registrationDate":"2021-03-04",)", ""},
       {R"("registrationDate":"2021-03-04T05:06:07.123",)", R"("registrationDate":1614834367,)", ""},
-      {R"("registrationDate":"2021-03-04T05:06:07.123",)", R"("registrationDate":null,)", ""},
       {R"("kivEnabled":true,)", "", R"("kivEnabled":false,)"},
-      {R"("kivEnabled":true,)", R"("kivEnabled":null,)", R"("kivEnabled":false,)"},
       {R"("firstName":"Ada",)", R"("firstName":null,)", ""},
       {R"(,"customFields":{"a":"1","b":""})", R"(,"customFields":null)", ""},
       {R"(,"organizationType":"FOUNDATION")", R"(,"organizationType":null)", ""},
@@ -114,22 +98,15 @@ TEST(UserModel, TellsItsClientsFromItsGroups) {
 }
 
 TEST(UserModel, KnowsTheMakersPeopleByTheExactEndOfTheAddress) {
-  const std::pair<std::string_view, bool> cases[] = {{"a@lexiconia.com", true},    {"a@LEXICONIA.com", false},
-                                                     {"a@x.lexiconia.com", false}, {"a@lexiconia.com.test", false},
-                                                     {"lexiconia.com", false},     {"", false}};
-  for (const auto& [email, expected] : cases) {
+  for (const auto& [email, expected] : {std::pair("a@lexiconia.com", true),
+                                        {"a@LEXICONIA.com", false},
+                                        {"a@x.lexiconia.com", false},
+                                        {"a@lexiconia.com.test", false},
+                                        {"lexiconia.com", false}}) {
     UserModel user;
     user.email = email;
     EXPECT_EQ(user.isLexiconiaUser(), expected) << email;
   }
-}
-
-TEST(UserModel, TakesOtherAuthDataAndNothingElse) {
-  UserModel expected = UserModel::institutionExample();
-  const UserModel byModel = expected.withAuth(AuthModel{"someone else", {"t", "c", {}}});
-  expected.authData = {"t", "c", {}};
-  EXPECT_EQ(byModel, expected);
-  EXPECT_EQ(byModel.authModel(), (AuthModel{expected.id, {"t", "c", {}}}));
 }
 
 }  // namespace

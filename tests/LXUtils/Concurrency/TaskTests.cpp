@@ -128,15 +128,6 @@ TEST(Task, AGoneTargetSkipsSideEffectsAndCancelsWhereItsAnswerWasNeeded) {
   EXPECT_TRUE(isCancelled(needed));
 }
 
-TEST(Task, AQueueIsAlwaysEnqueuedTo) {
-  const auto main = MainQueue::shared();
-  bool ran = false;
-  const auto task = Task<int>::success(1).finally([&](const Result<int>&) { ran = true; }, main);
-  EXPECT_FALSE(ran);
-  EXPECT_EQ(main->runUntil(task).value(), 1);
-  EXPECT_TRUE(ran);
-}
-
 TEST(Task, ObserversMayAttachAndCancelFromWithinAContinuation) {
   Promise<int> promise;
   const auto task = promise.task();

@@ -6,6 +6,8 @@
 #include "LXUtils/Foundation/Coding.h"
 #include "LXUtils/Foundation/URL.h"
 
+#include "support/Examples.h"
+
 namespace lx {
 namespace {
 
@@ -146,48 +148,27 @@ TEST(Coding, OneTableReadsAndWritesInItsOrder) {
 }
 
 TEST(Coding, AFaultNamesItsPathAndNeverTheValue) {
-  const struct {
-    std::string_view key;
-    std::string_view value;
-    std::string_view description;
-  } cases[] = {
-      {"id", "", "id: missing"},
-      {"id", "null", "id: wrong type"},
-      {"id", "\"7\"", "id: wrong type"},
-      {"id", "1.5", "id: out of range"},
-      {"id", "1e19", "id: out of range"},
-      {"id", "7.0", "none"},
-      {"small", "null", "none"},
-      {"small", "", "none"},
-      {"small", "2147483648", "small: out of range"},
-      {"ratio", "true", "ratio: wrong type"},
-      {"flag", "null", "none"},
-      {"flag", "", "none"},
-      {"flag", "0", "flag: wrong type"},
-      {"groups", "[1]", "none"},
-      {"groups", "5", "none"},
-      {"custom", "[]", "custom: wrong type"},
-      {"custom", R"({"a":"b","c":1})", "custom[1]: wrong type"},
-      {"custom", R"({"a":null})", "custom[0]: wrong type"},
-      {"level", "\"high\"", "level: malformed"},
-      {"level", "1", "level: wrong type"},
-      {"status", "{}", "status: wrong type"},
-      {"link", "\"\"", "link: malformed"},
-      {"link", "\"a b\"", "link: malformed"},
-      {"absolute", "\"//a.test/b\"", "absolute: malformed"},
-      {"date", "\"2001\"", "date: wrong type"},
-      {"date", "1e300", "date: out of range"},
-      {"tens", "\"x\"", "none"},
-      {"accounts", R"([{"token":"a"},{"token":"b","policy":3}])", "accounts[1].policy: wrong type"},
-      {"accounts", R"([7])", "accounts[0]: wrong type"},
-      {"accounts", R"([{}])", "accounts[0].token: missing"},
-      {"token", "", "token: missing"},
-      {"token", "false", "token: wrong type"},
+  const auto expect = [](std::initializer_list<const char*> examples) {
+    for (const auto* example : examples) {
+      const auto [member, description] = halves(example);
+      const auto equals = member.find('=');
+      const auto sample = decodeJSON<Sample>(with(member.substr(0, equals), member.substr(equals + 1)));
+      EXPECT_EQ(sample ? "none" : sample.error().description(), description) << example;
+    }
   };
-  for (const auto& c : cases) {
-    const auto sample = decodeJSON<Sample>(with(c.key, c.value));
-    EXPECT_EQ(sample ? "none" : sample.error().description(), c.description) << c.key << " = " << c.value;
-  }
+  expect({"id= -> id: missing", "id=null -> id: wrong type", "id=\"7\" -> id: wrong type", "id=1.5 -> id: out of range",
+          "id=1e19 -> id: out of range", "id=7.0 -> none", "small=null -> none", "small= -> none",
+          "small=2147483648 -> small: out of range", "ratio=true -> ratio: wrong type", "flag=null -> none",
+          "flag= -> none", "flag=0 -> flag: wrong type", "groups=[1] -> none", "groups=5 -> none"});
+  expect({"custom=[] -> custom: wrong type", R"(custom={"a":"b","c":1} -> custom[1]: wrong type)",
+          R"(custom={"a":null} -> custom[0]: wrong type)", "level=\"high\" -> level: malformed",
+          "level=1 -> level: wrong type", "status={} -> status: wrong type", "link=\"\" -> link: malformed",
+          "link=\"a b\" -> link: malformed", "absolute=\"//a.test/b\" -> absolute: malformed",
+          "date=\"2001\" -> date: wrong type", "date=1e300 -> date: out of range", "tens=\"x\" -> none",
+          "accounts=[7] -> accounts[0]: wrong type", "accounts=[{}] -> accounts[0].token: missing",
+          "token= -> token: missing", "token=false -> token: wrong type"});
+  EXPECT_EQ(decodeJSON<std::vector<Account>>(R"([{"token":"b","policy":3}])").error().description(),
+            "[0].policy: wrong type");
   EXPECT_EQ(decodeJSON<Sample>("[]").error().description(), "wrong type");
   EXPECT_EQ(decodeJSON<std::vector<std::vector<int>>>("[[1],[2,null]]").error().description(), "[1][1]: wrong type");
   EXPECT_EQ(decodeJSON<Account>("{\"token\"").error().typeName(), "DecodingError.malformed");

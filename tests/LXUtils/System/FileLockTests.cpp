@@ -40,18 +40,6 @@ TEST_F(Locks, ExcludeEveryOtherUserInThisProcessToo) {
   EXPECT_TRUE(second->try_());
 }
 
-TEST_F(Locks, ExcludeOtherProcessesUntilTheHolderIsKilled) {
-  ChildProcess holder({LX_SYSTEM_PROBE, "lock-hold", path});
-  ASSERT_EQ(holder.readLine(), "locked");
-  const auto lock = make();
-  EXPECT_EQ(kindOf(lock->try_()), Kind::alreadyLocked);
-
-  holder.kill();
-  EXPECT_TRUE(lock->try_());
-  ChildProcess late({LX_SYSTEM_PROBE, "lock-hold", path});
-  EXPECT_EQ(late.readLine(), "FileLockError.alreadyLocked");
-}
-
 TEST_F(Locks, AreNotInheritedByAProgramThatTheHolderStarts) {
   auto lock = make();
   ASSERT_TRUE(lock->try_());

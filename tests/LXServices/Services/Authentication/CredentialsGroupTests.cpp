@@ -56,21 +56,6 @@ TEST_F(WaitingForAnotherProcess, AnEmptyStoreAfterItsSuccessIsCredentialsNotFoun
   EXPECT_EQ(stack.events.count("log4 Credentials not found"), 1U);
 }
 
-TEST_F(WaitingForAnotherProcess, ItsSilentEndIsSeenByTheLock) {
-  stack.keep(stack.tokens("theirs"));
-  ASSERT_TRUE(lock->unlock());
-  stack.clock->manual.advance(std::chrono::milliseconds(250));
-  ASSERT_TRUE(stack.happens("get caller access-theirs"));
-  EXPECT_TRUE(stack.posts("Success", 1));
-}
-
-TEST_F(WaitingForAnotherProcess, ItsDeathBeforeAResultMakesThisOneRefresh) {
-  lock.reset();
-  stack.clock->manual.advance(std::chrono::milliseconds(250));
-  ASSERT_TRUE(stack.answers(0, stack.tokens("ours")));
-  EXPECT_TRUE(stack.happens("get caller access-ours"));
-}
-
 TEST_F(WaitingForAnotherProcess, CredentialsThatItLeftExpiringAreRefreshedOnce) {
   stack.keep(stack.tokens("theirs", std::chrono::seconds(10)));
   lock.reset();
@@ -78,17 +63,6 @@ TEST_F(WaitingForAnotherProcess, CredentialsThatItLeftExpiringAreRefreshedOnce) 
   ASSERT_TRUE(stack.answers(0, stack.tokens("ours", std::chrono::seconds(10))));
   ASSERT_TRUE(stack.happens("get caller access-ours"));
   EXPECT_EQ(stack.events.count("request refresh-theirs"), 1U);
-}
-
-TEST_F(WaitingForAnotherProcess, ASuspendedHolderMakesTheWaitersFailWithoutPosting) {
-  for (int i = 0; i < 239; ++i) {
-    stack.clock->manual.advance(std::chrono::milliseconds(250));
-    ASSERT_TRUE(stack.waits());
-  }
-  EXPECT_EQ(stack.events.count("get caller OAuth2Error.credentialsRefreshGenericError"), 0U);
-  stack.clock->manual.advance(std::chrono::milliseconds(250));
-  ASSERT_TRUE(stack.happens("get caller OAuth2Error.credentialsRefreshGenericError"));
-  EXPECT_EQ(stack.posted("Failure"), 0U);
 }
 
 TEST_F(WaitingForAnotherProcess, RevokingEndsTheWait) {

@@ -222,12 +222,6 @@ TEST_F(CredentialsService, RevokingCancelsTheRefreshForGood) {
   EXPECT_EQ(storedToken(), "access-next");
 }
 
-TEST_F(CredentialsService, RevokingWithoutCredentialsFails) {
-  const auto revoked = stack.service->revokeCredentials();
-  EXPECT_TRUE(revoked.result()->error().is(OAuth2Error::credentialsNotFound()));
-  EXPECT_THAT(stack.events.all(), ElementsAre("log4 Credentials to revoke not found"));
-}
-
 TEST_F(CredentialsService, AnExpiredBackgroundTaskLeavesTheRefreshRunning) {
   stack.keepExpiring();
   stack.get("caller");

@@ -13,7 +13,6 @@ namespace lx {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 const Error noConnection = URLSessionError{URLSessionError::Kind::cannotConnect, ""};
 
@@ -115,15 +114,6 @@ TEST(Stack, AFailedRefreshIsTheCallsErrorAndNothingIsSentAgain) {
   EXPECT_EQ(stack.store->records().credentials->accessToken, "access-1");
 }
 
-TEST(Stack, WithoutCredentialsNothingIsSentAndNothingTriedAgain) {
-  StackFixture stack(ScriptedURLSession::answering({makeResponse(200)}));
-  stack.store->setRecords({});
-  const auto result = stack.await(stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request()));
-  EXPECT_EQ(result.error().code(), "3-1");
-  EXPECT_THAT(stack.session->requests(), IsEmpty());
-  EXPECT_THAT(stack.delays(), IsEmpty());
-}
-
 TEST(Stack, APlainRetrySendsTheSignedRequestAsItIs) {
   StackFixture stack(ScriptedURLSession::answering({fail(noConnection), makeResponse(500), makeResponse(200)}));
   const auto result = stack.await(stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request()));
@@ -133,16 +123,6 @@ TEST(Stack, APlainRetrySendsTheSignedRequestAsItIs) {
   EXPECT_EQ(sent[0], sent[1]);
   EXPECT_EQ(sent[0], sent[2]);
   EXPECT_THAT(stack.delays(), ElementsAre(0.0, 0.0));
-}
-
-TEST(Stack, EqualRequestsAtOnceDoNotSpendEachOthersAttempts) {
-  StackFixture stack(ScriptedURLSession::answering({makeResponse(503)}));
-  const auto network = stack.builder.oauth2NetworkService();
-  const auto one = network->authorizeAndLoad(stack.request());
-  const auto other = network->authorizeAndLoad(stack.request());
-  EXPECT_EQ(stack.await(one)->statusCode, 503);
-  EXPECT_EQ(stack.await(other)->statusCode, 503);
-  EXPECT_EQ(stack.session->requests().size(), 8U);
 }
 
 TEST(Stack, ACancelledCallSendsNothingMore) {
@@ -189,19 +169,6 @@ TEST(RequestRetrier, ForgetsACallThatIsCancelledOrLosesItsServiceBeforeItIsSentA
     EXPECT_EQ(manager->size(), 0U);
   }
   EXPECT_EQ(refresher->refreshes, 0);
-}
-
-TEST(Stack, LettingGoOfItCancelsWhatIsUnderWay) {
-  std::optional<Task<NetworkResponse>> task;
-  Promise<NetworkResponse> never;
-  {
-    StackFixture stack(
-        std::make_shared<ScriptedURLSession>([&](const URLRequest&, std::size_t) { return never.task(); }));
-    task = stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request());
-  }
-  never.complete(makeResponse(200));
-  MainQueue::shared()->drain();
-  EXPECT_TRUE(task->result()->error().is(TaskError::cancelled));
 }
 
 }  // namespace

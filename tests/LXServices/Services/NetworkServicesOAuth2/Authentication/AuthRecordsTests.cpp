@@ -6,7 +6,6 @@
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/AuthResponseAnalysis.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/AuthenticationErrorInfo.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/OAuth2AuthDTO.h"
-#include "LXServices/Services/NetworkServicesOAuth2/Authentication/OAuth2Error.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefreshErrorInfo.h"
 
 namespace lx {
@@ -29,10 +28,9 @@ TEST(OAuth2Credentials, LiveUntilAMinuteBeforeTheyExpire) {
     bool needsRefresh, isValid;
   } cases[] = {
       {{"a", "r", now + 59s}, true, false},   {{"a", "r", now + 60s - 1us}, true, false},
-      {{"a", "r", now + 60s}, false, true},   {{"a", "r", now + 61s}, false, true},
-      {{"a", "r", now - 1h}, true, false},    {{"", "r", now + 1h}, false, false},
-      {{"a", "", now + 1h}, false, false},    {{"a", "r", Date::max()}, false, true},
-      {{"a", "r", Date::min()}, true, false},
+      {{"a", "r", now + 60s}, false, true},   {{"a", "r", now - 1h}, true, false},
+      {{"", "r", now + 1h}, false, false},    {{"a", "", now + 1h}, false, false},
+      {{"a", "r", Date::max()}, false, true}, {{"a", "r", Date::min()}, true, false},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(c.credentials.needsRefresh(now), c.needsRefresh) << rfc3339(c.credentials.expirationDate);
@@ -62,7 +60,6 @@ TEST(AuthRecords, AreReadStrictlyAndWrittenInTheirOrder) {
   } cases[] = {
       {roundTrip<Credentials>, R"({"expirationDate":1.5,"refreshToken":"r","accessToken":"a"})",
        R"({"accessToken":"a","refreshToken":"r","expirationDate":1.5})"},
-      {roundTrip<Credentials>, R"({"accessToken":"a","refreshToken":"r"})", "expirationDate: missing"},
       {roundTrip<Response>, R"({"refresh_token":"r","access_token":"a","expires_in":3600.0,"device_id":"d","x":1})",
        R"({"access_token":"a","refresh_token":"r","expires_in":3600,"device_id":"d"})"},
       {roundTrip<Response>, R"({"access_token":"a","refresh_token":"r","expires_in":1,"device_id":null})",
@@ -70,22 +67,15 @@ TEST(AuthRecords, AreReadStrictlyAndWrittenInTheirOrder) {
       {roundTrip<Response>, R"({"refresh_token":"r","expires_in":1})", "access_token: missing"},
       {roundTrip<Response>, R"({"access_token":"a","expires_in":1})", "refresh_token: missing"},
       {roundTrip<Response>, R"({"access_token":"a","refresh_token":"r"})", "expires_in: missing"},
-      {roundTrip<Response>, R"({"access_token":"a","refresh_token":"r","expires_in":"1"})", "expires_in: wrong type"},
-      {roundTrip<Response>, R"({"access_token":"a","refresh_token":"r","expires_in":1,"device_id":5})",
-       "device_id: wrong type"},
       {roundTrip<Native>,
        R"({"action":"SIGNUP","token_response":{"access_token":"a","refresh_token":"r","expires_in":1}})",
        R"({"token_response":{"access_token":"a","refresh_token":"r","expires_in":1},"action":"SIGNUP"})"},
       {roundTrip<Native>,
        R"({"action":"signin","token_response":{"access_token":"a","refresh_token":"r","expires_in":1}})",
        "action: malformed"},
-      {roundTrip<Native>, R"({"action":"SIGNIN","token_response":{"access_token":"a","refresh_token":"r"}})",
-       "token_response.expires_in: missing"},
-      {roundTrip<Native>, R"({"action":"SIGNIN"})", "token_response: missing"},
       {roundTrip<AuthModel>, R"({"policyToken":"p","csrfToken":"c","authToken":"t","userId":"u"})",
        R"({"userId":"u","authToken":"t","csrfToken":"c","policyToken":"p"})"},
       {roundTrip<AuthModel>, R"({"userId":"u","authToken":"t"})", R"({"userId":"u","authToken":"t"})"},
-      {roundTrip<AuthModel>, R"({"userId":"u"})", "authToken: missing"},
   };
   for (const auto& c : cases) EXPECT_EQ(c.roundTrip(c.text), c.result) << c.text;
 }
@@ -135,24 +125,6 @@ TEST(AuthErrors, ABlockReasonComesWithA403AloneAndFromTheAuthServerAlone) {
   const auto otherInfo = std::make_shared<TokenRefreshErrorInfo>("client_policy_violation");
   EXPECT_FALSE(blockReason(NetworkServiceError{NetworkServiceError::ServerError{forbidden, otherInfo}}));
   EXPECT_FALSE(blockReason(NetworkServiceError{NetworkServiceError::MissingBody{forbidden}}));
-}
-
-TEST(OAuth2Error, CarriesItsCode) {
-  const struct {
-    OAuth2Error error;
-    std::string_view code, name;
-  } cases[] = {
-      {OAuth2Error::credentialsNotFound(), "3-1", "OAuth2Error.credentialsNotFound"},
-      {OAuth2Error::credentialsRefreshWasCancelled(), "3-2", "OAuth2Error.credentialsRefreshWasCancelled"},
-      {OAuth2Error::credentialsRefreshGenericError(), "3-3", "OAuth2Error.credentialsRefreshGenericError"},
-      {OAuth2Error::lockFileCreationFailed(*URL::make("file:///g/lock")), "3-4", "OAuth2Error.lockFileCreationFailed"},
-  };
-  for (const auto& c : cases) {
-    const Error error = c.error;
-    EXPECT_EQ(error.code(), c.code);
-    EXPECT_EQ(error.typeName(), c.name);
-    EXPECT_TRUE(error.is(c.error));
-  }
 }
 
 }  // namespace

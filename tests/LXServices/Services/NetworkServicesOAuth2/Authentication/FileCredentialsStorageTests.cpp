@@ -1,7 +1,5 @@
-#include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <thread>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -72,22 +70,6 @@ TEST_F(CredentialsStores, SeeEachReplacementAtOnce) {
     write("new", R"({"accessToken":")" + token + R"(","refreshToken":"refresh","expirationDate":0})");
     std::filesystem::rename(file("new"), file("credentials.json"));
     for (int reads = 0; reads < 2; ++reads) ASSERT_EQ(mine->loadOAuth2Credentials().value()->accessToken, token);
-  }
-}
-
-TEST_F(CredentialsStores, ReadWholeRecordsBesideAWriter) {
-  ASSERT_TRUE(theirs->storeOAuth2Credentials(credentials("0")));
-  std::atomic<bool> isDone = false;
-  std::jthread writer([&] {
-    for (const std::size_t size : {9000U, 0U, 5000U, 1U, 9000U, 1U, 0U, 100U}) {
-      EXPECT_TRUE(theirs->storeOAuth2Credentials(credentials(std::string(size, 'x'))));
-    }
-    isDone = true;
-  });
-  while (!isDone) {
-    const auto loaded = mine->loadOAuth2Credentials();
-    ASSERT_TRUE(loaded) << loaded.error().description();
-    ASSERT_TRUE(*loaded);
   }
 }
 
