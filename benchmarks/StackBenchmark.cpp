@@ -39,13 +39,15 @@ class StackClient final : public Client {
     if (post) request.body = lx::dataOf(body);
     if (post) request.headers.set(lx::HTTPHeaderName::contentType, "application/json; charset=utf-8");
     service_->authorizeAndLoad(std::move(request))
-        .finally(
-            [done = std::move(done)](const lx::Result<lx::NetworkResponse>& result) { done(result && result->body); });
+        .finally([done = std::move(done)](const lx::Result<lx::NetworkResponse>& result) {
+          done(result && result->body);
+          lx::MainQueue::shared()->stop();
+        });
   }
 
-  /// The stack answers on the main queue, which is this thread's to pump.
+  /// The stack answers on the main queue, which is this thread's to run.
   void acquire(Slots& free) override {
-    lx::MainQueue::shared()->runUntil([&] { return free.tryAcquire(); }, std::chrono::seconds(60));
+    while (!free.tryAcquire()) lx::MainQueue::shared()->run();
   }
 
  private:

@@ -137,6 +137,7 @@ class BareClient final : public Client {
     curl_easy_setopt(transfer->easy, CURLOPT_WRITEDATA, transfer);
     curl_easy_setopt(transfer->easy, CURLOPT_PRIVATE, transfer);
     curl_easy_setopt(transfer->easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(transfer->easy, CURLOPT_ACCEPT_ENCODING, "gzip");  // so that both send the same bytes
     return transfer;
   }
 

@@ -124,11 +124,10 @@ void NetworkServiceImpl::send(URLRequest request, Completion<NetworkResponse> co
   const auto call = std::static_pointer_cast<Call>(request.identity);
   const auto transfer = session_->send(request);
   call->setTransfer(transfer);
-  transfer.finally(
-      weak_from_this(),
-      [request = std::move(request), completion = std::move(completion)](
-          NetworkServiceImpl& self, const Result<NetworkResponse>& outcome) mutable {
-        self.judge(std::move(request), outcome, std::move(completion));
+  transfer.deliver(
+      [weak = weak_from_this(), request = std::move(request),
+       completion = std::move(completion)](const Result<NetworkResponse>& outcome) mutable {
+        if (const auto self = weak.lock()) self->judge(std::move(request), outcome, std::move(completion));
       },
       delegateQueue_);
 }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "LXServices/Environment/BackendDefaultEnvironment.h"
+#include "LXServices/Environment/LexiconiaUserActivity.h"
 #include "LXServices/Environment/URLSchemeService.h"
 
 namespace lx {
@@ -157,6 +158,8 @@ TEST(BackendEnvironment, DeploymentsChooseTheDomainsAndTheWebSocket) {
       {BackendDomains::mock(), "lexiconia-com.test", "lexiconia-io.test", "corva"},
       {BackendDomains::testing("feature-x"), "qa.lexiconia.com", "qa.lexiconia.com", "feature-x.corva-dynamic"},
       {{"c.test", "i.test", "a b"}, "c.test", "i.test", "corva"},
+      {{"c.test", "i.test", "a/b"}, "c.test", "i.test", "corva"},
+      {{"c.test", "i.test", "ü"}, "c.test", "i.test", "corva"},
       {{"c.test", "i.test", "a:b"}, "c.test", "i.test", "corva"},
       {{"c.test", "i.test", ""}, "c.test", "i.test", "corva"},
   };
@@ -182,6 +185,54 @@ TEST(BackendEnvironment, WhatCannotBeFormedFailsAsAWhole) {
   EXPECT_DEATH(environment(faulty[0], Factory::iOSApp()), "^Failed to create BackendDefaultEnvironment\n$");
 }
 
+struct BuilderError {
+  std::size_t builder = 0;
+  std::string typeName() const { return "BuilderError"; }
+  std::string description() const { return "The builder failed."; }
+  bool operator==(const BuilderError&) const = default;
+};
+
+/// A factory whose builders note their turn, one of which fails.
+Factory noting(std::vector<std::string>& calls, std::string failing) {
+  const auto builder = [&calls, failing]<class T>(std::string name, Result<T> (*build)(const BackendDomains&)) {
+    return [&calls, failing, name, build](const BackendDomains& given) -> Result<T> {
+      calls.push_back(name);
+      if (name == failing) return fail(BuilderError{calls.size()});
+      return build(given);
+    };
+  };
+  return {[&calls](const BackendDomains& given) {
+            calls.emplace_back("identity");
+            return ClientIdentity::iOS(given);
+          },
+          builder("sablet", SabletBackendEnvironment::iOS),
+          builder("auth", AuthBackendEnvironment::iOS),
+          builder("corva", CorvaBackendEnvironment::iOSApp),
+          builder("info", InfoBackendEnvironment::iOS),
+          builder("quorrel", QuorrelBackendEnvironment::iOS),
+          builder("thrub", ThrubBackendEnvironment::iOS),
+          builder("kestronaEditor", KestronaEditorBackendEnvironment::iOS)};
+}
+
+TEST(BackendEnvironment, TheFirstFailingBuilderIsTheLastThatIsCalled) {
+  const std::vector<std::string> order{"identity", "sablet",  "auth",  "corva",
+                                       "info",     "quorrel", "thrub", "kestronaEditor"};
+  for (std::size_t i = 1; i < order.size(); ++i) {
+    std::vector<std::string> calls;
+    const auto made = BackendDefaultEnvironment::make(domains, noting(calls, order[i]));
+    ASSERT_FALSE(made);
+    EXPECT_TRUE(made.error().is(BuilderError{i + 1}));
+    EXPECT_EQ(calls, std::vector(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(i) + 1));
+  }
+}
+
+TEST(BackendEnvironment, TheBusinessJoinURLMayBeReplaced) {
+  auto made = environment(domains, Factory::iOSApp());
+  made.setBusinessJoinOAuth2URL(URL::make("https://join.test/").value());
+  EXPECT_EQ(made.businessJoinOAuth2URL().string(), "https://join.test/");
+  EXPECT_FALSE(made == environment(domains, Factory::iOSApp()));
+}
+
 TEST(URLSchemeService, FormsTheAddressThatSignInComesBackTo) {
   const URLSchemeService service("myapp");
   EXPECT_EQ(service.lexiconiaURLScheme(), "myapp");
@@ -190,6 +241,18 @@ TEST(URLSchemeService, FormsTheAddressThatSignInComesBackTo) {
   for (const std::string scheme : {"", "my app", "my_app", "1app", "my:app"}) {
     EXPECT_DEATH(URLSchemeService{scheme}, "^Could not build url scheme URL " + scheme + R"(:\\oauth)" + "\n$");
   }
+}
+
+TEST(LexiconiaUserActivity, IsReadFromItsExactTypeAlone) {
+  EXPECT_EQ(fromRawValue<LexiconiaUserActivity>("com.lexiconia.keyboard.instructions.finish"),
+            LexiconiaUserActivity::finishKeyboardInstallation);
+  EXPECT_EQ(fromRawValue<LexiconiaUserActivity>("com.lexiconia.keyboard.instructions"), std::nullopt);
+  EXPECT_THAT(
+      allCases<LexiconiaUserActivity>(),
+      ::testing::ElementsAre(LexiconiaUserActivity::documentHandoff, LexiconiaUserActivity::finishKeyboardInstallation,
+                             LexiconiaUserActivity::documentOpenInNewWindow));
+  EXPECT_EQ(rawValue(LexiconiaUserActivity::documentOpenInNewWindow),
+            "com.lexiconia.keyboard.document.multiwindow.open");
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <fstream>
+#include <random>
 #include <sstream>
 
 #include <gmock/gmock.h>
@@ -105,6 +106,47 @@ TEST(DeltaRenderUtils, LinesKeepTheirAttributesAndGivenIndent) {
   EXPECT_EQ(info.lines.find(1)->attributes, document->operations()[1].asInsert()->attributes);
   EXPECT_EQ(*info.lines.find(2), (LineInfo{{}, 0, document->operations()[2].asInsert()->attributes}));
   EXPECT_EQ(*info.lines.find(3), (LineInfo{{}, 0, Attributes()}));
+}
+
+/// A document of random lines, some of them in pieces.
+Delta randomDocument(std::mt19937& random) {
+  const char* const kinds[] = {"bullet", "ordered", "checked", "unchecked", "body", "h1", "h0"};
+  Delta document;
+  for (auto count = random() % 60; count > 0; --count) {
+    if (random() % 3 != 0) document.insert("h\xc3\xa9 \xf0\x9f\x98\x80");
+    if (random() % 5 == 0) document.insert(AnyJSON::Object{{"image", {}}});
+    const auto indent = static_cast<int>(random() % 6) - 1;
+    document.insert("\n", attributesOf(kinds[random() % 7] + (" " + std::to_string(indent))));
+  }
+  if (random() % 2 == 0) document.insert("end");
+  return document;
+}
+
+TEST(DeltaRenderUtils, RandomDocumentsKeepTheStructureWhole) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 300; ++round) {
+    const auto document = randomDocument(random);
+    const auto info = buildRenderInfo(document);
+    ASSERT_EQ(info, buildRenderInfo(document));
+    ASSERT_EQ(info.linesRange.upperBound, static_cast<std::int64_t>(info.lines.size()));
+    const ListNumbering numbers(info);
+    std::map<const ListInfo*, std::int64_t> lastIndex;
+    for (const auto& [index, line] : info.lines) {
+      const auto* item = line.lineType.asListItem();
+      if (!item) continue;
+      // Items without a line come only first, so that a list's first line is its first or second item.
+      auto& last = lastIndex[item->info.get()];
+      if (last == 0) last = item->info->items().front().nestedList && item->indexInList == 2 ? 1 : 0;
+      ASSERT_EQ(item->indexInList, ++last);
+    }
+    for (const auto& [list, last] : lastIndex) ASSERT_EQ(last, static_cast<std::int64_t>(list->items().size()));
+    for (const auto* list : numbers.lists()) {
+      const auto parent = list->parentList();
+      if (!parent) continue;
+      ASSERT_TRUE(numbers.number(parent.get()));
+      ASSERT_EQ(parent->indent() + 1, list->indent());
+    }
+  }
 }
 
 TEST(DeltaRenderUtils, EqualityIsThatOfStructureNotOfObjects) {

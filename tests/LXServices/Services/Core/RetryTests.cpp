@@ -125,6 +125,16 @@ TEST(Stack, APlainRetrySendsTheSignedRequestAsItIs) {
   EXPECT_THAT(stack.delays(), ElementsAre(0.0, 0.0));
 }
 
+TEST(Stack, EqualRequestsAtOnceDoNotSpendEachOthersAttempts) {
+  StackFixture stack(ScriptedURLSession::answering({makeResponse(503)}));
+  const auto network = stack.builder.oauth2NetworkService();
+  const auto one = network->authorizeAndLoad(stack.request());
+  const auto other = network->authorizeAndLoad(stack.request());
+  EXPECT_EQ(stack.await(one)->statusCode, 503);
+  EXPECT_EQ(stack.await(other)->statusCode, 503);
+  EXPECT_EQ(stack.session->requests().size(), 8U);
+}
+
 TEST(Stack, ACancelledCallSendsNothingMore) {
   StackFixture stack(ScriptedURLSession::answering({makeResponse(503)}));
   stack.clock->isHeld = true;
