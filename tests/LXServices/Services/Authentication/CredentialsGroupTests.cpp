@@ -90,9 +90,9 @@ TEST_F(WaitingForAnotherProcess, TheCancelOfOneWaitIsNotHeardByTheNext) {
   stack.get("next");
   ASSERT_TRUE(stack.happens("log2 File already locked", 2));
   ASSERT_TRUE(stack.happens("get caller OAuth2Error.credentialsRefreshWasCancelled"));
+  ASSERT_TRUE(stack.waits(2));  // the first wait's timer is still there
   stack.keep(stack.tokens("theirs"));
   lock.reset();
-  ASSERT_TRUE(stack.waits());
   stack.clock->manual.advance(std::chrono::milliseconds(250));
   EXPECT_TRUE(stack.happens("get next access-theirs"));
   EXPECT_EQ(stack.posted("Failure"), 1U);
@@ -105,7 +105,7 @@ TEST_F(WaitingForAnotherProcess, AtTheBoundAndAtAFailureGoodCredentialsInTheStor
   stack.keepExpiring();
   stack.get("second");
   ASSERT_TRUE(stack.happens("log2 File already locked", 2));
-  ASSERT_TRUE(stack.waits());
+  ASSERT_TRUE(stack.waits(2));
   stack.keep(stack.tokens("late"));
   stack.clock->manual.advance(std::chrono::seconds(61));
   EXPECT_TRUE(stack.happens("get second access-late"));
