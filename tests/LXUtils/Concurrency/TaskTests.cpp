@@ -103,6 +103,7 @@ TEST(Task, WhatIsCancelledWhileAStepIsQueuedIsNotStarted) {
   const auto observed = Task<int>::success(1).finally([&](const Result<int>&) { cleanedUp = true; }, main);
   chained.cancel();
   observed.cancel();
+  EXPECT_FALSE(cleanedUp) << "a queue is always enqueued to";
   main->drain();
   EXPECT_FALSE(started);
   EXPECT_TRUE(cleanedUp);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "LXServices/Services/NetworkServicesOAuth2/Core/HeadersProvider.h"
+#include "LXServices/Services/NetworkServicesOAuth2/Core/JSONRequest.h"
 
 #include "StackFixture.h"
 
@@ -108,6 +109,12 @@ TEST(URLRequestSigner, PlacesTheTokenByTheScheme) {
   }
   EXPECT_EQ(sink->messages.size(), 4U);
   Logging::setSink(nullptr);
+}
+
+TEST(JSONRequest, ABodyThatCannotBeEncodedIsLeftOut) {
+  const auto url = *URL::make("https://h.test/");
+  const auto request = makeJSONRequest(url, UserAuthData{.authToken = "\xFF", .csrfToken = {}, .policyToken = {}});
+  EXPECT_EQ(request, URLRequest(HTTPMethod::post, url, HTTPContentType::jsonWithUTF8));
 }
 
 }  // namespace
