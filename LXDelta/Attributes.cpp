@@ -50,14 +50,14 @@ Attributes::Attributes(std::vector<Attribute> attributes) : Attributes(of(values
 Attributes Attributes::of(AnyJSON::Object values) {
   Attributes attributes;
   if (values.empty()) return attributes;
-  auto record = std::make_shared<Record>();
+  Record record;
   for (const auto& [name, value] : values) {
-    if (name == "list") record->list = listType(value);
-    if (name == "header") record->header = wholeNumber(value);
-    if (name == "indent") record->indent = wholeNumber(value);
+    if (name == "list") record.list = listType(value);
+    if (name == "header") record.header = wholeNumber(value);
+    if (name == "indent") record.indent = wholeNumber(value);
   }
-  record->values = std::move(values);
-  attributes.record_ = std::move(record);
+  record.values = std::move(values);
+  attributes.record_ = SharedRecord(std::move(record));
   return attributes;
 }
 

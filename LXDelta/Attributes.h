@@ -1,16 +1,17 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "LXUtils/Foundation/AnyJSON.h"
+#include "LXUtils/Foundation/SharedRecord.h"
 
 namespace lx {
 
-/// What formats a text or a line: values by name. Copies share one immutable record, so that they cost next to nothing.
+/// What formats a text or a line: values by name. Empty attributes stand for none. Copies share one immutable record,
+/// so that they cost next to nothing.
 class Attributes {
  public:
   enum class ListType : std::uint8_t { ordered, bullet, checklist };
@@ -44,7 +45,7 @@ class Attributes {
   const AnyJSON::Object& values() const;
 
   friend bool operator==(const Attributes& a, const Attributes& b) {
-    return a.record_ == b.record_ || (a.record_ && b.record_ && haveEqualValues(*a.record_, *b.record_));
+    return a.record_.get() == b.record_.get() || (a.record_ && b.record_ && haveEqualValues(*a.record_, *b.record_));
   }
 
  private:
@@ -57,7 +58,7 @@ class Attributes {
 
   static bool haveEqualValues(const Record& a, const Record& b);
 
-  std::shared_ptr<const Record> record_;  // none for empty attributes
+  SharedRecord<Record> record_;  // none for empty attributes
 };
 
 template <>

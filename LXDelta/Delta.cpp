@@ -5,21 +5,16 @@
 namespace lx {
 namespace {
 
-void dropEmpty(std::optional<Attributes>& attributes) {
-  if (attributes && attributes->isEmpty()) attributes.reset();
-}
-
 /// The last operation, when it is of kind T with equal attributes.
 template <class T>
-T* mergeable(LargeVector<Operation>& operations, const std::optional<Attributes>& attributes) {
+T* mergeable(LargeVector<Operation>& operations, const Attributes& attributes) {
   T* last = operations.empty() ? nullptr : std::get_if<T>(&operations.back().value);
   return last && last->attributes == attributes ? last : nullptr;
 }
 
 }  // namespace
 
-Delta& Delta::insert(Content content, std::optional<Attributes> attributes) {
-  dropEmpty(attributes);
+Delta& Delta::insert(Content content, Attributes attributes) {
   const auto text = content.text();
   if (text && text->empty()) return *this;
   auto* last = mergeable<Operation::Insert>(operations_, attributes);
@@ -31,8 +26,7 @@ Delta& Delta::insert(Content content, std::optional<Attributes> attributes) {
   return *this;
 }
 
-Delta& Delta::retain(std::int64_t characters, std::optional<Attributes> attributes) {
-  dropEmpty(attributes);
+Delta& Delta::retain(std::int64_t characters, Attributes attributes) {
   if (characters <= 0) return *this;
   if (auto* last = mergeable<Operation::Retain>(operations_, attributes)) {
     last->length = addingLengths(last->length, characters);

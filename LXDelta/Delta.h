@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -34,9 +33,9 @@ class Delta {
   const LargeVector<Operation>& operations() const { return operations_; }
 
   // These append an operation, merged into the last one where both are of one kind with equal attributes (embeds stay
-  // apart). Empty text and lengths below 1 append nothing; empty attributes count as none.
-  Delta& insert(Content content, std::optional<Attributes> attributes = std::nullopt);
-  Delta& retain(std::int64_t characters, std::optional<Attributes> attributes = std::nullopt);
+  // apart). Empty text and lengths below 1 append nothing.
+  Delta& insert(Content content, Attributes attributes = {});
+  Delta& retain(std::int64_t characters, Attributes attributes = {});
   Delta& delete_(std::int64_t characters);
 
   /// By how much the change makes a text longer: what it inserts without what it deletes.
@@ -44,10 +43,10 @@ class Delta {
 
   /// Of a line: the flag that stops the walk when set, the index from 0, the line with its separator, and the
   /// attributes of the separator. A failure stops the walk, too.
-  using LineBody = std::function<Result<void>(bool& stop, std::int64_t index, const Delta& line,
-                                              const std::optional<Attributes>& attributes)>;
+  using LineBody =
+      std::function<Result<void>(bool& stop, std::int64_t index, const Delta& line, const Attributes& attributes)>;
 
-  /// Calls `body` for each line in order. A last line without separator counts, with absent attributes. The walk ends
+  /// Calls `body` for each line in order. A last line without separator counts, without attributes. The walk ends
   /// at the first operation that is no insert, without the line begun there. The error is that of `body`.
   Result<void> eachLine(char32_t separator, const LineBody& body) const;
 

@@ -110,7 +110,9 @@ class DeltaReader {
     reader_.beginArray();
     isInside_ = true;
     while (reader_.nextElement()) {
-      if (!readOperation()) return false;
+      do {
+        if (!readOperation()) return false;
+      } while (reader_.passIfNext(","));
     }
     if (reader_.fault()) return false;
     isInside_ = false;
@@ -118,9 +120,11 @@ class DeltaReader {
   }
 
   bool readOperation() {
-    const auto kind = reader_.nextKind();
-    if (!kind) return false;
-    if (*kind != Kind::object) return failType(operationPath());
+    if (!reader_.comesNext('{')) {
+      const auto kind = reader_.nextKind();
+      if (!kind) return false;
+      if (*kind != Kind::object) return failType(operationPath());
+    }
     reserve();
     // Read in place: moving a text through several hands takes as long as reading it.
     auto& insert = std::get<Operation::Insert>(operations_.emplace_back().value);
@@ -139,11 +143,7 @@ class DeltaReader {
   /// Otherwise the reader stands somewhere in the operation.
   bool readUsualInsert(Operation::Insert& insert) {
     if (!reader_.passIfNext("{\"insert\":")) return false;
-    if (reader_.passIfNext("\"\\n\"")) {
-      insert.content = "\n";
-    } else if (!reader_.comesNext('"') || !readText(insert.content)) {
-      return false;
-    }
+    if (!reader_.comesNext('"') || !readText(insert.content)) return false;
     if (reader_.passIfNext("}")) return true;
     return reader_.passIfNext(",\"attributes\":") && readAttributes(insert.attributes) && reader_.passIfNext("}");
   }
@@ -192,9 +192,14 @@ class DeltaReader {
   }
 
   bool readText(Content& content) {
-    const auto text = reader_.readVerbatimString();
-    if (!text) return reader_.readString(content.resetText());
-    content = Content(*text);
+    if (reader_.readShortString(content.resetToShortText())) return true;
+    if (const auto text = reader_.readVerbatimString()) {
+      content = Content(*text);
+    } else {
+      Content::LongText longText;
+      if (!reader_.readString(longText)) return false;
+      content = Content(std::move(longText));
+    }
     return true;
   }
 
@@ -210,7 +215,7 @@ class DeltaReader {
     return true;
   }
 
-  bool readAttributes(std::optional<Attributes>& out) {
+  bool readAttributes(Attributes& out) {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
     if (const auto* known = *kind == Kind::object ? recentAttributes_.pass(reader_) : nullptr) {
@@ -223,10 +228,10 @@ class DeltaReader {
     const std::string_view text = reader_.rest();
     AnyJSON values;
     if (!reader_.readAny(values)) return false;
-    out.reset();
+    out = {};
     if (auto* object = std::get_if<AnyJSON::Object>(&values.value)) {
       out = Attributes::of(std::move(*object));
-      recentAttributes_.keep(text.substr(0, text.size() - reader_.rest().size()), *out);
+      recentAttributes_.keep(text.substr(0, text.size() - reader_.rest().size()), out);
     }
     return true;
   }
@@ -272,7 +277,7 @@ class DeltaReader {
 };
 
 void encodeOperation(JSONWriter& writer, const Operation& operation) {
-  const std::optional<Attributes>* attributes = nullptr;
+  const Attributes* attributes = nullptr;
   writer.beginObject();
   if (const auto* insert = operation.asInsert()) {
     writer.key("insert");
@@ -290,9 +295,9 @@ void encodeOperation(JSONWriter& writer, const Operation& operation) {
     writer.key("delete");
     writer.integer(operation.length());
   }
-  if (attributes && *attributes) {
+  if (attributes && !attributes->isEmpty()) {
     writer.key("attributes");
-    encodeJSON(writer, **attributes);
+    encodeJSON(writer, *attributes);
   }
   writer.endObject();
 }

@@ -7,12 +7,11 @@
 namespace lx {
 namespace {
 
-const std::optional<Attributes> absent;
+const Attributes none;
 
 }  // namespace
 
-DeltaLines::DeltaLines(const Delta& delta, char32_t separator)
-    : operations_(&delta.operations()), attributes_(&absent) {
+DeltaLines::DeltaLines(const Delta& delta, char32_t separator) : operations_(&delta.operations()), attributes_(&none) {
   const bool isScalar = separator < 0xD800 || (separator >= 0xE000 && separator <= 0x10FFFF);
   if (!isScalar) return;
   std::string bytes;
@@ -22,40 +21,51 @@ DeltaLines::DeltaLines(const Delta& delta, char32_t separator)
 }
 
 bool DeltaLines::next() {
-  const std::string_view separator(separator_.data(), separatorSize_);
+  // Most lines of a long text end where the one before them did.
+  const auto offset = end_.offset;
+  const auto end = endOfLine(text_, offset);
+  if (end == 0) return nextInOtherText();
+  begin_ = {end_.operation, offset};
+  end_.offset = end;
+  ++index_;
+  return true;
+}
+
+bool DeltaLines::nextInOtherText() {
   const auto count = operations_->size();
+  bool hasContent = end_.offset < text_.size();
   begin_ = end_;
-  bool hasContent = false;
-  for (Position at = begin_; at.operation < count; at = {at.operation + 1, 0}) {
+  for (Position at{begin_.operation + (text_.empty() ? 0 : 1), 0}; at.operation < count; ++at.operation) {
     const auto* insert = (*operations_)[at.operation].asInsert();
     if (!insert) {
-      end_ = {count, 0};
-      return false;
+      hasContent = false;
+      break;
     }
     const auto text = insert->content.text();
-    if (!text) {
-      hasContent = true;
-      continue;
-    }
-    auto found = text->npos;
-    if (separator.size() == 1) {
-      found = text->find(separator.front(), at.offset);
-    } else if (!separator.empty()) {
-      found = text->find(separator, at.offset);
-    }
-    if (found != text->npos) {
-      end_ = {at.operation, found + separator.size()};
+    if (const auto end = text ? endOfLine(*text, 0) : 0) {
+      end_ = {at.operation, end};
+      text_ = {text->data(), text->size()};
       attributes_ = &insert->attributes;
       ++index_;
       return true;
     }
-    hasContent |= at.offset < text->size();
+    hasContent |= !text || !text->empty();
   }
   end_ = {count, 0};
-  if (!hasContent) return false;
-  attributes_ = &absent;
-  ++index_;
-  return true;
+  text_ = {};
+  attributes_ = &none;
+  index_ += hasContent ? 1 : 0;
+  return hasContent;
+}
+
+std::size_t DeltaLines::endOfLine(std::string_view text, std::size_t offset) const {
+  auto found = text.npos;
+  if (separatorSize_ == 1) {
+    found = text.find(separator_.front(), offset);
+  } else if (separatorSize_ != 0) {
+    found = text.find(std::string_view(separator_.data(), separatorSize_), offset);
+  }
+  return found == text.npos ? 0 : found + separatorSize_;
 }
 
 std::int64_t DeltaLines::changeLength() const {

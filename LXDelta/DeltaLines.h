@@ -3,7 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string_view>
 
 #include "LXDelta/Delta.h"
@@ -24,8 +23,8 @@ class DeltaLines {
 
   /// From 0.
   std::int64_t index() const { return index_; }
-  /// Those of the operation that holds the separator; absent where the line has none.
-  const std::optional<Attributes>& attributes() const { return *attributes_; }
+  /// Those of the operation that holds the separator; none where the line has no separator.
+  const Attributes& attributes() const { return *attributes_; }
   /// What delta().changeLength() would be.
   std::int64_t changeLength() const;
   Delta delta() const;
@@ -50,13 +49,18 @@ class DeltaLines {
     std::size_t offset = 0;  // in the bytes of its text
   };
 
+  bool nextInOtherText();
+  /// The end of the first separator at `offset` or after it; 0 when there is none.
+  std::size_t endOfLine(std::string_view text, std::size_t offset) const;
+
   const LargeVector<Operation>* operations_;
   std::array<char, 4> separator_{};
   std::size_t separatorSize_ = 0;
   std::int64_t index_ = -1;
   Position begin_;
   Position end_;
-  const std::optional<Attributes>* attributes_;
+  std::string_view text_;  // that the separator at end_ is in; empty at the beginning and the end of the walk
+  const Attributes* attributes_;
 };
 
 }  // namespace lx

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <variant>
 
 #include "LXDelta/Attributes.h"
@@ -13,7 +12,7 @@ namespace lx {
 struct Operation {
   struct Insert {
     Content content;
-    std::optional<Attributes> attributes;
+    Attributes attributes;
     bool operator==(const Insert&) const = default;
   };
   struct Delete {
@@ -22,7 +21,7 @@ struct Operation {
   };
   struct Retain {
     std::int64_t length = 0;
-    std::optional<Attributes> attributes;
+    Attributes attributes;
     bool operator==(const Retain&) const = default;
   };
 

@@ -18,13 +18,25 @@ void require(bool condition) {
 }
 
 /// The reader and the document must agree on what JSON is, and on what a text says.
-void requireSameValue(std::string_view text) {
+void requireSameValue(std::string_view text, const lx::Result<lx::AnyJSON>& expected) {
   lx::JSONReader reader(text);
   lx::AnyJSON value;
   const bool isRead = reader.readAny(value) && reader.finish();
-  const auto expected = lx::decodeJSON<lx::AnyJSON>(text);
   require(isRead == expected.has_value());
   if (expected) require(value == *expected);
+}
+
+/// Operations hold the texts of the document, which were read in other ways.
+void requireSameTexts(const lx::Delta& delta, const lx::AnyJSON& document) {
+  using Object = lx::AnyJSON::Object;
+  const auto* whole = std::get_if<Object>(&document.value);
+  const auto& list = std::get<lx::AnyJSON::Array>(whole ? whole->at("ops").value : document.value);
+  require(list.size() == delta.operations().size());
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    const auto* insert = delta.operations()[i].asInsert();
+    const auto text = insert ? insert->content.text() : std::nullopt;
+    if (text) require(std::get<std::string>(std::get<Object>(list[i].value).at("insert").value) == *text);
+  }
 }
 
 void requireWhole(const lx::Delta& delta, const RenderInfo& info) {
@@ -32,7 +44,7 @@ void requireWhole(const lx::Delta& delta, const RenderInfo& info) {
   require(info == buildRenderInfo(delta));
   const ListNumbering numbers(info);
   for (const auto& [index, line] : info.lines) {
-    const auto* item = line.lineType.asListItem();
+    const auto item = line.lineType.listItem();
     if (!item) continue;
     require(item->indexInList >= 1 && item->indexInList <= static_cast<std::int64_t>(item->info->items().size()));
   }
@@ -47,12 +59,14 @@ void requireWhole(const lx::Delta& delta, const RenderInfo& info) {
 /// The input is a Delta document in JSON.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  requireSameValue(text);
+  const auto document = lx::decodeJSON<lx::AnyJSON>(text);
+  requireSameValue(text, document);
   const auto delta = lx::Delta::fromJSON(text);
   if (!delta) {
     require(delta.error().as<lx::DecodingError>() != nullptr);
     return 0;
   }
+  requireSameTexts(*delta, document.value());
   require(lx::Delta::fromJSON(lx::encodeJSONText(*delta).value()) == *delta);
 
   const auto info = buildRenderInfo(*delta);

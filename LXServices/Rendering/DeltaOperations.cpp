@@ -20,13 +20,11 @@ bool isLast(DeltaLines lines) { return !lines.next(); }
 
 }  // namespace
 
-void retainIf(Delta& delta, const std::function<bool()>& condition, std::int64_t characters,
-              std::optional<Attributes> attributes) {
+void retainIf(Delta& delta, const std::function<bool()>& condition, std::int64_t characters, Attributes attributes) {
   if (condition()) delta.retain(characters, std::move(attributes));
 }
 
-void insertIf(Delta& delta, const std::function<bool()>& condition, std::string_view text,
-              std::optional<Attributes> attributes) {
+void insertIf(Delta& delta, const std::function<bool()>& condition, std::string_view text, Attributes attributes) {
   if (condition()) delta.insert(Content(text), std::move(attributes));
 }
 
@@ -48,8 +46,7 @@ Result<void> eachLine(const Delta& delta, Range<IndexOffset> range, char32_t sep
 
 std::int64_t cursorStart(const Delta& delta) {
   const auto* retain = delta.operations().empty() ? nullptr : delta.operations().front().asRetain();
-  const bool isPlain = retain && (!retain->attributes || retain->attributes->isEmpty());
-  return isPlain ? retain->length : 0;
+  return retain && retain->attributes.isEmpty() ? retain->length : 0;
 }
 
 std::int64_t deletedLength(const Delta& delta) { return totalLength<Operation::Delete>(delta); }

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string_view>
 
 #include "LXDelta/Delta.h"
@@ -13,16 +12,15 @@ namespace lx {
 
 /// Like delta.retain, but only when the condition holds.
 void retainIf(Delta& delta, const std::function<bool()>& condition, std::int64_t characters,
-              std::optional<Attributes> attributes = std::nullopt);
+              Attributes attributes = {});
 
 /// Like delta.insert of a text, but only when the condition holds.
-void insertIf(Delta& delta, const std::function<bool()>& condition, std::string_view text,
-              std::optional<Attributes> attributes = std::nullopt);
+void insertIf(Delta& delta, const std::function<bool()>& condition, std::string_view text, Attributes attributes = {});
 
 /// Of a line: the flag that stops the walk when set, its index, its place in the document, separator included, and its
 /// attributes. A failure stops the walk, too.
 using LineRangeBody = std::function<Result<void>(bool& stop, std::int64_t index, Range<IndexOffset> lineRange,
-                                                 const std::optional<Attributes>& attributes)>;
+                                                 const Attributes& attributes)>;
 
 /// Calls `body` for each line that `range` meets, by the rules of Delta::eachLine. An empty range meets the line that
 /// it stands in, at the document's end the last one. The error is that of `body`.

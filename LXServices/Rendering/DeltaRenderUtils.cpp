@@ -9,11 +9,10 @@
 namespace lx::DeltaRenderUtils {
 namespace {
 
-void handleLine(LineParsingStateMachine& stateMachine, const std::optional<Attributes>& attributes) {
-  if (!attributes) return stateMachine.body(Attributes());
-  if (const auto type = attributes->list()) return stateMachine.list(*type, *attributes);
-  if (const auto level = attributes->header(); level && *level >= 1) return stateMachine.header(*level, *attributes);
-  stateMachine.body(*attributes);
+void handleLine(LineParsingStateMachine& stateMachine, const Attributes& attributes) {
+  if (const auto type = attributes.list()) return stateMachine.list(*type, attributes);
+  if (const auto level = attributes.header().value_or(0); level >= 1) return stateMachine.header(level, attributes);
+  stateMachine.body(attributes);
 }
 
 }  // namespace

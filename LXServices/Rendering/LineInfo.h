@@ -3,42 +3,51 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <variant>
+#include <utility>
 
 #include "LXDelta/Attributes.h"
 #include "LXServices/Rendering/ListInfo.h"
 
 namespace lx::DeltaRenderUtils {
 
-/// What a line is.
-struct LineType {
-  struct Body {
-    bool operator==(const Body&) const = default;
-  };
+/// What a line is: body text unless it is made a heading or an item of a list.
+class LineType {
+ public:
   struct Heading {
     std::int64_t level = 1;  ///< at least 1
-    bool operator==(const Heading&) const = default;
   };
   struct ListItem {
     std::shared_ptr<ListInfo> info;
     std::int64_t indexInList = 1;  ///< from 1
-    /// Equal items are at one place of one and the same list.
-    bool operator==(const ListItem&) const = default;
   };
 
-  std::variant<Body, Heading, ListItem> value;
+  /// Body text.
+  LineType() = default;
+  LineType(Heading heading) : number_(heading.level) {}
+  LineType(ListItem item) : list_(std::move(item.info)), number_(item.indexInList) {}
 
-  const Heading* asHeading() const { return std::get_if<Heading>(&value); }
-  const ListItem* asListItem() const { return std::get_if<ListItem>(&value); }
+  bool isBody() const { return number_ < 1; }
+  std::optional<Heading> heading() const { return isBody() || list_ ? std::nullopt : std::optional(Heading{number_}); }
+  std::optional<ListItem> listItem() const { return list_ ? std::optional(ListItem{list_, number_}) : std::nullopt; }
+  /// That of listItem(), for what does not keep it.
+  const ListInfo* list() const { return list_.get(); }
 
+  /// Equal items are at one place of one and the same list.
   bool operator==(const LineType&) const = default;
+
+ private:
+  // There may be millions, so they take no more than the largest of them needs.
+  std::shared_ptr<ListInfo> list_;
+  std::int64_t number_ = 0;
 };
 
 /// How a line is to be rendered.
 struct LineInfo {
   LineType lineType;
-  std::int64_t indent = 0;  ///< as the line gives it, 0 where it gives none
-  std::optional<Attributes> attributes;
+  Attributes attributes;
+
+  /// As the line gives it, 0 where it gives none.
+  std::int64_t indent() const { return attributes.indent().value_or(0); }
 
   bool operator==(const LineInfo&) const = default;
 };

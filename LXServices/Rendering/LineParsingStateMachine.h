@@ -20,7 +20,7 @@ class LineParsingStateMachineObserverProtocol {
   virtual void stateMachineDidHandleLine(const LineParsingStateMachine& stateMachine) = 0;
 };
 
-/// Takes the lines of a document one by one and builds the lists that they form.
+/// Takes the lines of a document one by one and builds the lists that they form. For one thread, that of its observer.
 class LineParsingStateMachine {
  public:
   struct Initial {};
@@ -56,6 +56,8 @@ class LineParsingStateMachine {
 
   State state_;
   std::weak_ptr<LineParsingStateMachineObserverProtocol> observer_;
+  LineParsingStateMachineObserverProtocol* observing_;  // while observer_ is there
+  std::shared_ptr<ListArena> arena_;
 };
 
 }  // namespace lx::DeltaRenderUtils

@@ -6,14 +6,12 @@ void LineParsingStateMachineObserver::stateMachineDidHandleLine(const LineParsin
   using Machine = LineParsingStateMachine;
   const auto& state = stateMachine.state();
   if (const auto* body = std::get_if<Machine::Body>(&state)) {
-    linesInfo.insertOrAssign(lineIndex, body->attributes);
+    linesInfo.insertOrAssign(lineIndex, {LineType(), body->attributes});
   } else if (const auto* header = std::get_if<Machine::Header>(&state)) {
-    auto* const line = linesInfo.insertOrAssign(lineIndex, header->attributes);
-    if (line) line->lineType.value.emplace<LineType::Heading>(header->level);
+    linesInfo.insertOrAssign(lineIndex, {LineType::Heading{header->level}, header->attributes});
   } else if (const auto* list = std::get_if<Machine::List>(&state)) {
-    auto* const line = linesInfo.insertOrAssign(lineIndex, list->attributes);
     const auto count = static_cast<std::int64_t>(list->info->items().size());
-    if (line) line->lineType.value.emplace<LineType::ListItem>(list->info, count);
+    linesInfo.insertOrAssign(lineIndex, {LineType::ListItem{list->info, count}, list->attributes});
   }
 }
 

@@ -44,15 +44,14 @@ class LinesInfo {
                                                                          : nullptr;
   }
 
-  /// Notes a line as body text with the indent that its attributes give, and answers it for the caller to say what else
-  /// it is. `index` is that of a known line, or the one after the last; for others nothing is noted.
-  LineInfo* insertOrAssign(std::int64_t index, const Attributes& attributes) {
+  /// Notes what a line is. `index` is that of a known line, or the one after the last; for others nothing is noted.
+  void insertOrAssign(std::int64_t index, LineInfo line) {
     const auto place = static_cast<std::size_t>(index);
-    const auto indent = attributes.indent().value_or(0);
-    if (place == lines_.size()) return &lines_.emplace_back(LineType(), indent, attributes);
-    if (place > lines_.size()) return nullptr;
-    lines_[place] = {LineType(), indent, attributes};
-    return &lines_[place];
+    if (place == lines_.size()) {
+      lines_.emplace_back(std::move(line));
+    } else if (place < lines_.size()) {
+      lines_[place] = std::move(line);
+    }
   }
 
  private:

@@ -3,13 +3,20 @@
 #include <utility>
 #include <vector>
 
+#include "LXServices/Rendering/ListArenaInternal.h"
+
 namespace lx::DeltaRenderUtils {
 
+struct ListInfo::Shared final : ListInfo {
+  Shared(std::int64_t ownIndent, const std::shared_ptr<ListInfo>& ownParent) : ListInfo(ownIndent, ownParent) {}
+};
+
 std::shared_ptr<ListInfo> ListInfo::make(std::int64_t indent, const std::shared_ptr<ListInfo>& parent) {
-  struct Shared final : ListInfo {
-    Shared(std::int64_t ownIndent, const std::shared_ptr<ListInfo>& ownParent) : ListInfo(ownIndent, ownParent) {}
-  };
   return std::make_shared<Shared>(indent, parent);
+}
+
+std::shared_ptr<ListInfo> ListInfo::make(std::int64_t indent, ListArena& arena) {
+  return std::allocate_shared<Shared>(ListArenaAllocator<Shared>(arena), indent, nullptr);
 }
 
 ListInfo::~ListInfo() {

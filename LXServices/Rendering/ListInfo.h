@@ -9,6 +9,7 @@
 
 namespace lx::DeltaRenderUtils {
 
+class ListArena;
 class ListInfo;
 
 /// An item of a list, with the list nested in it.
@@ -22,6 +23,8 @@ struct ListItemInfo {
 class ListInfo : public std::enable_shared_from_this<ListInfo> {
  public:
   static std::shared_ptr<ListInfo> make(std::int64_t indent, const std::shared_ptr<ListInfo>& parent = nullptr);
+  /// Without a parent, beside the other lists of a document: their memory is given back when all of them are gone.
+  static std::shared_ptr<ListInfo> make(std::int64_t indent, ListArena& arena);
 
   /// Frees the nested lists that nobody else holds, however deep they are, without recursion.
   ~ListInfo();
@@ -40,6 +43,8 @@ class ListInfo : public std::enable_shared_from_this<ListInfo> {
   void append(std::shared_ptr<ListInfo> nested, Attributes::ListType type);
 
  private:
+  struct Shared;
+
   ListInfo(std::int64_t indent, const std::shared_ptr<ListInfo>& parent) : indent_(indent), parentList_(parent) {}
 
   std::int64_t indent_;

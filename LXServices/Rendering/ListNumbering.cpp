@@ -4,7 +4,7 @@ namespace lx::DeltaRenderUtils {
 
 ListNumbering::ListNumbering(const RenderInfo& renderInfo) {
   for (const auto& [index, line] : renderInfo.lines) {
-    if (const auto* item = line.lineType.asListItem()) add(item->info.get());
+    add(line.lineType.list());
   }
   // NOLINTNEXTLINE(modernize-loop-convert): more lists join while it runs
   for (std::size_t i = 0; i < lists_.size(); ++i) {

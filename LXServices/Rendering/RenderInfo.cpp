@@ -10,9 +10,9 @@ namespace {
 /// Compares two documents whose lists are told apart by their numbers.
 struct Comparison {
   bool equal(const LineInfo& a, const LineInfo& b) const {
-    if (a.indent != b.indent || a.attributes != b.attributes) return false;
-    const auto* itemA = a.lineType.asListItem();
-    const auto* itemB = b.lineType.asListItem();
+    if (a.attributes != b.attributes) return false;
+    const auto itemA = a.lineType.listItem();
+    const auto itemB = b.lineType.listItem();
     if (!itemA || !itemB) return a.lineType == b.lineType;
     return itemA->indexInList == itemB->indexInList && same(itemA->info.get(), itemB->info.get());
   }

@@ -10,6 +10,8 @@
 #include "LXUtils/Foundation/AnyJSON.h"
 #include "LXUtils/Foundation/CodingError.h"
 #include "LXUtils/Foundation/JSON.h"
+#include "LXUtils/Foundation/LargeVector.h"
+#include "LXUtils/Foundation/ShortText.h"
 
 namespace lx {
 
@@ -42,9 +44,14 @@ class JSONReader {
   bool nextElement();
 
   bool readString(std::string& out);
+  /// For what may be very long.
+  bool readString(LargeVector<char>& out);
   /// The string that comes next, when it is spelt as what it says: without blanks before it and without escapes.
   /// Otherwise nothing, and nothing is read.
   std::optional<std::string_view> readVerbatimString();
+  /// The string that comes next, without blanks before it, when it is short and says what nearly all short ones do.
+  /// Otherwise nothing is read, and nothing can be said of `out`.
+  bool readShortString(ShortText& out);
   bool readAny(AnyJSON& out);
   bool skipValue();
 
@@ -82,8 +89,12 @@ class JSONReader {
   bool begin(char bracket);
   bool next(char bracket);
   /// Reads on with a string while nothing unusual comes, a block at a time.
-  void readBlocks(std::string& out);
-  bool readEscape(std::string& out);
+  void readBlocks(LargeVector<char>& out);
+  /// Writes what the string says until its end, that of the room or something unusual, and answers the end of that.
+  char* copyText(char* to, const char* endOfRoom);
+  char* copyWindows(char* to, const char* endOfRoom);
+  bool readUnusualShortString(ShortText& out);
+  bool readEscape(LargeVector<char>& out);
   bool readHex(char32_t& unit);
   bool readWord(std::string_view word);
   bool readNumber(AnyJSON& out);
@@ -93,7 +104,7 @@ class JSONReader {
   const char* end_;
   unsigned depth_ = 0;
   std::uint64_t untouched_ = 0;  // a bit for each open container of which nothing was read
-  std::string keyScratch_;
+  LargeVector<char> scratch_;
   std::optional<DecodingFault> fault_;
 };
 

@@ -1,15 +1,15 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
+#include <new>
+#include <utility>
 #include <vector>
 
 namespace lx {
 
-/// Asks the system to lay what is large of the memory on large pages, before it is used for the first time: taking a
-/// page from the system costs more than writing it does, and a large one costs little more than a small one.
-void preferLargePages(void* memory, std::size_t size);
-
-/// Room for `size` bytes, aligned for any type and on large pages where it is large.
+/// Room for `size` bytes, aligned for any type and on large pages where it is large: taking a page from the system
+/// costs more than writing it does, and a large one costs little more than a small one.
 void* allocateRoom(std::size_t size);
 void deallocateRoom(void* room, std::size_t size);
 
@@ -23,6 +23,16 @@ struct RoomAllocator {
 
   Element* allocate(std::size_t count) { return static_cast<Element*>(allocateRoom(count * sizeof(Element))); }
   void deallocate(Element* elements, std::size_t count) { deallocateRoom(elements, count * sizeof(Element)); }
+
+  /// Without arguments numbers and characters are left unset, for what fills them in at once.
+  template <class Constructed, class... Arguments>
+  void construct(Constructed* place, Arguments&&... arguments) {
+    if constexpr (sizeof...(Arguments) == 0) {
+      ::new (static_cast<void*>(place)) Constructed;
+    } else {
+      std::construct_at(place, std::forward<Arguments>(arguments)...);
+    }
+  }
 
   bool operator==(const RoomAllocator&) const = default;
 };

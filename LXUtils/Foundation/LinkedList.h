@@ -65,7 +65,8 @@ class LinkedList {
   Element& back() { return last_->elements[last_->size - 1]; }
   const Element& back() const { return last_->elements[last_->size - 1]; }
 
-  void push_back(Element element) {
+  void push_back(const Element& element) { push_back(Element(element)); }
+  void push_back(Element&& element) {
     if (last_->size == last_->capacity) addBlock();
     std::construct_at(last_->elements + last_->size, std::move(element));
     ++last_->size;

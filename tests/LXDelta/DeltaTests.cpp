@@ -43,17 +43,18 @@ TEST(Delta, WhatIsAppendedMergesWithTheLikeBeforeIt) {
 TEST(Delta, JSONComesBackAsItCame) {
   const std::string text =
       R"({"ops":[{"insert":"caf\u0000 é 日本 😀\n"},{"insert":"a"},{"insert":"b"},{"insert":{"video":{"a":[1,2.5,null]}}},)"
-      R"({"insert":"\n","attributes":{"indent":1,"list":"checked","x":{"y":[true]}}},{"insert":"\n","attributes":{}},)"
+      R"({"insert":"\n","attributes":{"indent":1,"list":"checked","x":{"y":[true]}}},{"insert":"\n"},)"
       R"({"retain":7,"attributes":{"bold":null}},{"delete":0}]})";
   const auto delta = Delta::fromJSON(text);
   ASSERT_TRUE(delta) << delta.error().description();
   EXPECT_EQ(jsonOf(*delta), text);
   EXPECT_EQ(Delta::fromJSON(text.substr(7, text.size() - 8)), *delta);
   EXPECT_EQ(Delta::fromJSON(R"( { "author" : { } , "ops" : [ ] } )"), Delta());
+  EXPECT_EQ(Delta::fromJSON(R"([{"insert":"a","attributes":{}}])"), Delta().insert("a"));
   EXPECT_EQ(jsonOf(Delta().insert("\xff")), "none");
 }
 
-TEST(Delta, LongTextsComeBackWhateverTheyAreSpeltWith) {
+TEST(Delta, TextsComeBackWhateverTheyAreSpeltWith) {
   std::mt19937 random(5);
   // What is usual in a string, and what stops its reading block by block.
   const std::pair<std::string_view, std::string_view> pieces[] = {
@@ -64,27 +65,72 @@ TEST(Delta, LongTextsComeBackWhateverTheyAreSpeltWith) {
       {R"(\u00e9\ud83d\ude00)", "\xc3\xa9\xf0\x9f\x98\x80"},
       {R"(\u0000)", {"\0", 1}},
       {"\xc3\xa9\xe6\x97\xa5\xe6\x9c\xac", "\xc3\xa9\xe6\x97\xa5\xe6\x9c\xac"},
-      {"\xf0\x9f\x98\x80\xe0\xa4\x95", "\xf0\x9f\x98\x80\xe0\xa4\x95"},
+      {"\xf0\x9f\x98\x80\xe0\xa4\x95\xed\x95\x9c", "\xf0\x9f\x98\x80\xe0\xa4\x95\xed\x95\x9c"},
   };
-  for (int round = 0; round < 40; ++round) {
+  const std::string_view faults[] = {"\n",
+                                     "\\x",
+                                     "\\ud800",
+                                     "\x80",
+                                     "\xc3",
+                                     "\xe6\x97",
+                                     "\xf0\x9f\x98",
+                                     "\xc1\x80",
+                                     "\xe0\x9f\x80",
+                                     "\xed\xa0\x80",
+                                     "\xf0\x8f\x80\x80",
+                                     "\xf4\x90\x80\x80",
+                                     "\xf5\x80\x80\x80"};
+  for (int round = 0; round < 300; ++round) {
     std::string spelt;
     std::string meant;
     const auto kinds = 1 + random() % std::size(pieces);
-    for (auto size = random() % 9000; spelt.size() < size;) {
+    for (auto size = random() % (round % 10 == 0 ? 9000 : 80); spelt.size() < size;) {
       const auto& [spelling, meaning] = pieces[random() % kinds];
       spelt += spelling;
       meant += meaning;
     }
-    const auto read = [](const std::string& text) { return Delta::fromJSON("[{\"insert\":\"" + text + "\"}]"); };
+    // How much comes after a text decides how it is read, too.
+    const auto read = [after = random() % 200](const std::string& text) {
+      return Delta::fromJSON("[{\"insert\":\"" + text + "\"}" + std::string(after, ' ') + "]");
+    };
     const auto delta = read(spelt);
     ASSERT_TRUE(delta);
     ASSERT_EQ(delta->operations().front().asInsert()->content.text(), meant);
     // A fault is met where it stands, however the text before it was read.
-    for (const std::string_view fault : {"\n", "\\x", "\xc3", "\\ud800", "\xed\xa0\x80"}) {
+    for (const auto fault : faults) {
       const auto failed = read(spelt + std::string(fault) + std::string(random() % 60, 'x'));
       ASSERT_FALSE(failed);
       const auto place = 12 + spelt.size() + (fault == "\\ud800" ? 6 : 0);
-      ASSERT_EQ(failed.error().description(), "[0] at byte " + std::to_string(place) + ": malformed");
+      ASSERT_EQ(failed.error().description(), "[0] at byte " + std::to_string(place) + ": malformed") << fault;
+    }
+  }
+}
+
+TEST(Content, KeepsItsValueInCopiesWhateverItHolds) {
+  const Content values[] = {Content(),
+                            "short",
+                            std::string(31, 'a'),
+                            std::string(32, 'b'),
+                            std::string(5000, 'c'),
+                            AnyJSON::Object{{"image", {std::string("x")}}}};
+  const auto described = [](const Content& content) {
+    return content.embed() ? "embed " + encodeJSONText(*content.embed()).value() : std::string(content.text().value());
+  };
+  for (const auto& from : values) {
+    const auto expected = described(from);
+    for (Content to : values) {
+      to = from;
+      ASSERT_EQ(described(to), expected);
+      to = *&to;
+      ASSERT_EQ(described(to), expected);
+      Content moved(std::move(to));
+      to = std::move(moved);
+      ASSERT_EQ(described(to), expected);
+      ASSERT_EQ(to, from);
+      if (!to.text()) continue;
+      to.append(std::string(20, 'd'));
+      ASSERT_EQ(described(to), expected + std::string(20, 'd'));
+      ASSERT_EQ(described(from), expected);
     }
   }
 }
@@ -112,7 +158,7 @@ TEST(Delta, UsualAndUnusualSpellingsOfAnOperationReadAlike) {
   ASSERT_TRUE(nested);
   std::vector<std::string> attributes;
   for (const auto& operation : nested->operations()) {
-    attributes.push_back(encodeJSONText(*operation.asInsert()->attributes).value());
+    attributes.push_back(encodeJSONText(operation.asInsert()->attributes).value());
   }
   EXPECT_THAT(attributes, testing::ElementsAre(R"({"x":{}})", R"({"x":{},"y":1})", R"({"x":"}"})", R"({"x":"}","y":2})",
                                                R"({"x":1})", R"({"x":1})"));
@@ -128,7 +174,7 @@ TEST(Delta, AttributesReadTheirLineFormats) {
                  {R"({"list":true,"header":1e30,"indent":-3})", {}, {}, -3}};
   for (const auto& [text, list, header, indent] : cases) {
     const auto delta = Delta::fromJSON(R"([{"insert":"\n","attributes":)" + std::string(text) + "}]");
-    const auto& attributes = *delta.value().operations()[0].asInsert()->attributes;
+    const auto& attributes = delta.value().operations()[0].asInsert()->attributes;
     EXPECT_EQ(std::tuple(attributes.list(), attributes.header(), attributes.indent()), std::tuple(list, header, indent))
         << text;
   }
@@ -173,7 +219,7 @@ std::vector<std::string> linesOf(const Delta& delta, char32_t separator) {
   std::vector<std::string> lines;
   EXPECT_TRUE(delta.eachLine(separator, [&](bool&, std::int64_t index, const Delta& line, const auto& attributes) {
     EXPECT_EQ(index, static_cast<std::int64_t>(lines.size()));
-    lines.push_back(jsonOf(line) + (attributes ? encodeJSONText(*attributes).value() : "-"));
+    lines.push_back(jsonOf(line) + (attributes.isEmpty() ? "-" : encodeJSONText(attributes).value()));
     return Result<void>();
   }));
   return lines;
@@ -208,7 +254,7 @@ TEST(Delta, LengthsAddUpOverRandomLines) {
     std::int64_t expected = 0;
     for (auto count = random() % 80; count > 0; --count) {
       const auto piece = random() % 7;
-      const auto attributes = random() % 2 == 0 ? std::optional(bold) : std::nullopt;
+      const auto attributes = random() % 2 == 0 ? bold : Attributes();
       delta.insert(piece == 6 ? Content(AnyJSON::Object()) : Content(pieces[piece]), attributes);
       expected += piece == 6 ? 1 : lengths[piece];
     }

@@ -19,7 +19,7 @@ class ItemNumbers {
 
 /// Whether a checklist's line is done.
 inline bool isChecked(const DeltaRenderUtils::LineInfo& line) {
-  const auto& values = line.attributes->values();
+  const auto& values = line.attributes.values();
   const auto found = values.find("list");
   return found != values.end() && found->second == AnyJSON{std::string("checked")};
 }

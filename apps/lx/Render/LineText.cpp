@@ -1,11 +1,6 @@
 #include "lx/Render/LineText.h"
 
 namespace lx::tool {
-namespace {
-
-const Attributes none;
-
-}  // namespace
 
 bool LinePiece::is(const char* format) const {
   const auto found = attributes->values().find(format);
@@ -15,7 +10,7 @@ bool LinePiece::is(const char* format) const {
 
 void eachPiece(const DeltaLines& lines, const std::function<void(const LinePiece&)>& visit) {
   lines.eachPart([&](const Operation::Insert& insert, std::string_view text) {
-    const Attributes* attributes = insert.attributes ? &*insert.attributes : &none;
+    const Attributes* attributes = &insert.attributes;
     if (const auto* embed = insert.content.embed()) {
       visit({{}, embed->empty() ? std::string_view("embed") : std::string_view(embed->begin()->first), attributes});
       return;

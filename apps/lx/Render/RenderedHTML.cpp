@@ -45,7 +45,7 @@ class Page {
     for (DeltaLines lines(delta); lines.next();) {
       const LineInfo& line = *renderInfo.lines.find(lines.index());
       const auto content = contentOf(lines);
-      if (const auto* item = line.lineType.asListItem()) {
+      if (const auto item = line.lineType.listItem()) {
         openLists(*item->info);
         openItem(line, *item->info);
         body_ += content;
@@ -72,11 +72,11 @@ class Page {
   };
 
   void addBlock(const LineInfo& line, const std::string& content) {
-    const auto* heading = line.lineType.asHeading();
+    const auto heading = line.lineType.heading();
     const std::string tag = heading ? "h" + std::to_string(std::min(heading->level, deepestHeading)) : "p";
     body_ += "<" + tag;
-    if (line.indent > 0) {
-      body_ += " style=\"margin-left: " + std::to_string(2 * std::min(line.indent, deepestIndent)) + "em\"";
+    if (line.indent() > 0) {
+      body_ += " style=\"margin-left: " + std::to_string(2 * std::min(line.indent(), deepestIndent)) + "em\"";
     }
     body_ += ">" + (content.empty() ? "<br>" : content) + "</" + tag + ">\n";
   }

@@ -34,15 +34,15 @@ std::string_view nameOf(Attributes::ListType type) {
 }
 
 void write(JSONWriter& writer, std::int64_t index, const LineInfo& line, const ListNumbering& numbers) {
-  const auto* heading = line.lineType.asHeading();
-  const auto* item = line.lineType.asListItem();
+  const auto heading = line.lineType.heading();
+  const auto item = line.lineType.listItem();
   writer.beginObject();
   writeInteger(writer, "index", index);
   writer.key("type");
   writer.string(heading ? "heading" : item ? "listItem" : "body");
-  writeInteger(writer, "indent", line.indent);
+  writeInteger(writer, "indent", line.indent());
   writer.key("attributes");
-  encodeJSON(writer, line.attributes.value_or(Attributes()));
+  encodeJSON(writer, line.attributes);
   if (heading) writeInteger(writer, "level", heading->level);
   if (item) {
     writeNumber(writer, "list", numbers, item->info.get());

@@ -47,10 +47,10 @@ std::string renderedText(const Delta& delta, const RenderInfo& renderInfo, const
   for (DeltaLines lines(delta); lines.next();) {
     const LineInfo& line = *renderInfo.lines.find(lines.index());
     const auto content = contentOf(lines, style);
-    text.append(static_cast<std::size_t>(2 * std::clamp<std::int64_t>(line.indent, 0, deepestIndent)), ' ');
-    if (const auto* item = line.lineType.asListItem()) {
+    text.append(static_cast<std::size_t>(2 * std::clamp<std::int64_t>(line.indent(), 0, deepestIndent)), ' ');
+    if (const auto item = line.lineType.listItem()) {
       text += style.cyan(markerOf(line, *item->info, numbers)) + content;
-    } else if (const auto* heading = line.lineType.asHeading()) {
+    } else if (const auto heading = line.lineType.heading()) {
       const auto marks = static_cast<std::size_t>(std::min(heading->level, deepestHeading));
       text += style.dim(std::string(marks, '#')) + " " + style.bold(content);
     } else {

@@ -14,7 +14,7 @@ namespace {
 using ListType = Attributes::ListType;
 
 /// The attributes of a line that is given as "bullet 2", "h1" or "body".
-std::optional<Attributes> attributesOf(const std::string& text) {
+Attributes attributesOf(const std::string& text) {
   std::istringstream words(text);
   std::string kind;
   std::int64_t indent = 0;
@@ -26,7 +26,6 @@ std::optional<Attributes> attributesOf(const std::string& text) {
     attributes.push_back({"list", {kind}});
   }
   if (words >> indent) attributes.push_back(Attributes::Attribute::indent(indent));
-  if (attributes.empty()) return std::nullopt;
   return Attributes(std::move(attributes));
 }
 
@@ -35,8 +34,8 @@ std::string letter(std::optional<ListType> type) {
 }
 
 std::string described(const LineInfo& line, const ListNumbering& numbers) {
-  if (const auto* heading = line.lineType.asHeading()) return "h" + std::to_string(heading->level);
-  const auto* item = line.lineType.asListItem();
+  if (const auto heading = line.lineType.heading()) return "h" + std::to_string(heading->level);
+  const auto item = line.lineType.listItem();
   if (!item) return "b";
   return std::to_string(numbers.number(item->info.get()).value()) + "#" + std::to_string(item->indexInList);
 }
@@ -101,11 +100,11 @@ TEST(DeltaRenderUtils, LinesKeepTheirAttributesAndGivenIndent) {
   EXPECT_EQ(info.linesRange, (Range<std::int64_t>{0, 4}));
   ASSERT_EQ(info.lines.size(), 4U);
   EXPECT_EQ(info.lines.find(4), nullptr);
-  EXPECT_EQ(*info.lines.find(0), (LineInfo{{}, 0, Attributes()}));
-  EXPECT_EQ(info.lines.find(1)->indent, 9'000'000'000);
+  EXPECT_EQ(*info.lines.find(0), LineInfo());
+  EXPECT_EQ(info.lines.find(1)->indent(), 9'000'000'000);
   EXPECT_EQ(info.lines.find(1)->attributes, document->operations()[1].asInsert()->attributes);
-  EXPECT_EQ(*info.lines.find(2), (LineInfo{{}, 0, document->operations()[2].asInsert()->attributes}));
-  EXPECT_EQ(*info.lines.find(3), (LineInfo{{}, 0, Attributes()}));
+  EXPECT_EQ(*info.lines.find(2), (LineInfo{{}, document->operations()[2].asInsert()->attributes}));
+  EXPECT_EQ(*info.lines.find(3), LineInfo());
 }
 
 /// A document of random lines, some of them in pieces.
@@ -132,7 +131,7 @@ TEST(DeltaRenderUtils, RandomDocumentsKeepTheStructureWhole) {
     const ListNumbering numbers(info);
     std::map<const ListInfo*, std::int64_t> lastIndex;
     for (const auto& [index, line] : info.lines) {
-      const auto* item = line.lineType.asListItem();
+      const auto item = line.lineType.listItem();
       if (!item) continue;
       // Items without a line come only first, so that a list's first line is its first or second item.
       auto& last = lastIndex[item->info.get()];
@@ -188,7 +187,7 @@ TEST(ListInfo, TreesOfAnyDepthAreFreedAndCompared) {
     last = nested;
   }
   RenderInfo info;
-  info.lines.insertOrAssign(0, Attributes())->lineType = {LineType::ListItem{root, 1}};
+  info.lines.insertOrAssign(0, {LineType::ListItem{root, 1}, {}});
   EXPECT_EQ(ListNumbering(info).lists().size(), 200'000U);
   EXPECT_EQ(info, RenderInfo(info));
   root.reset();

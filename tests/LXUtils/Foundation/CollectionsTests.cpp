@@ -1,5 +1,6 @@
 #include <memory>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -7,6 +8,7 @@
 
 #include "LXUtils/Foundation/LinkedList.h"
 #include "LXUtils/Foundation/SegmentedVector.h"
+#include "LXUtils/Foundation/SharedRecord.h"
 
 namespace lx {
 namespace {
@@ -40,6 +42,27 @@ TEST(LinkedList, ElementsStayInTheirPlacesWhileOthersComeAndGo) {
     }
     ASSERT_EQ(index, expected.size());
   }
+}
+
+TEST(SharedRecord, LivesAsLongAsItsLastCopyOnAnyThread) {
+  struct Record {
+    std::shared_ptr<int> value;
+  };
+  const auto value = std::make_shared<int>(7);
+  {
+    SharedRecord<Record> record(Record{value});
+    const auto copyAndDrop = [copy = record] {
+      for (int i = 0; i < 1000; ++i) EXPECT_EQ(*SharedRecord(copy)->value, 7);
+    };
+    const std::jthread first(copyAndDrop);
+    const std::jthread second(copyAndDrop);
+    SharedRecord<Record> other(Record{nullptr});
+    other = record;
+    record = SharedRecord<Record>();
+    EXPECT_FALSE(record);
+    EXPECT_EQ(other->value, value);
+  }
+  EXPECT_EQ(value.use_count(), 1);
 }
 
 TEST(SegmentedVector, ElementsKeepTheirIndexInCopiesToo) {
