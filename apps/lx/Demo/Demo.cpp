@@ -7,6 +7,7 @@
 #include "LXTesting/DevBackend.h"
 
 #include "lx/Demo/Browser.h"
+#include "lx/Demo/Document.h"
 #include "lx/Demo/GroupProcess.h"
 #include "lx/Demo/Timeline.h"
 #include "lx/SignIn.h"
@@ -84,6 +85,7 @@ class Tour {
     surviveCrash();
     recoverSilently();
     askForLogout();
+    showDocument(timeline_);
     timeline_.finished();
   }
 

@@ -1,5 +1,7 @@
 #include "lx/Demo/Timeline.h"
 
+#include <algorithm>
+
 #include "lx/ToolError.h"
 
 namespace lx::tool {
@@ -90,8 +92,16 @@ void Timeline::checkRequests(const std::vector<JournalEntry>& entries, const std
                                                     : "these " + std::to_string(expected.size()) + " requests"));
   for (const auto& entry : entries) {
     const auto status = entry.status == 0 ? std::string("no answer") : std::to_string(entry.status);
-    must(output_.say(output_.style().dim("             " + padded(entry.method, 5) + padded(printable(entry.path), 27) +
-                                         padded(printable(shortGrant(entry)), 20) + status)));
+    show(output_.style().dim(padded(entry.method, 5) + padded(printable(entry.path), 27) +
+                             padded(printable(shortGrant(entry)), 20) + status));
+  }
+}
+
+void Timeline::show(std::string_view lines) const {
+  while (!lines.empty()) {
+    const auto end = std::min(lines.find('\n'), lines.size());
+    must(output_.say("             " + std::string(lines.substr(0, end))));
+    lines.remove_prefix(std::min(end + 1, lines.size()));
   }
 }
 

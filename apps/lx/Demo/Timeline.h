@@ -39,6 +39,12 @@ class Timeline {
   /// The claim that the requests were these, as "METHOD PATH[ GRANT] STATUS", with the requests themselves for people.
   void checkRequests(const std::vector<JournalEntry>& entries, const std::vector<std::string>& expected);
 
+  /// Lines for people alone.
+  void show(std::string_view lines) const;
+
+  const Style& style() const { return output_.style(); }
+  Clock::SteadyTime now() const { return clock_->steadyNow(); }
+
   void finished();
 
  private:
