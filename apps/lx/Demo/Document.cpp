@@ -61,9 +61,8 @@ void showDocument(Timeline& timeline) {
   const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(timeline.now() - start);
   const auto* end = longInfo.lines.find(lineCount - 1);
   const auto endItem = end ? end->lineType.listItem() : std::nullopt;
-  timeline.check(
-      endItem && endItem->indexInList == lineCount,
-      "the last of 10,000 lines is item 10,000 of its list, " + std::to_string(time.count()) + " ms later");
+  timeline.check(endItem && endItem->indexInList == lineCount,
+                 "the last of 10,000 lines is item 10,000 of its list, " + std::to_string(time.count()) + " ms later");
 }
 
 }  // namespace lx::tool
