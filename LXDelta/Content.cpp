@@ -70,10 +70,19 @@ const AnyJSON::Object* Content::embed() const { return place_.size == embedMark 
 void Content::append(std::string_view text) {
   if (isShort()) {
     *this = Content(std::string(place_.view()).append(text));
-  } else {
-    auto& own = held<LongText>();
-    own.insert(own.end(), text.begin(), text.end());
+    return;
   }
+  auto& own = held<LongText>();
+  if (own.capacity() - own.size() >= text.size()) {
+    own.insert(own.end(), text.begin(), text.end());
+    return;
+  }
+  // The text may be a piece of this one, which therefore stays until all is copied.
+  LongText longer;
+  longer.reserve(std::max(2 * own.size(), own.size() + text.size()));
+  longer.insert(longer.end(), own.begin(), own.end());
+  longer.insert(longer.end(), text.begin(), text.end());
+  own = std::move(longer);
 }
 
 std::int64_t Content::length() const {

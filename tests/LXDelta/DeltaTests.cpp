@@ -130,6 +130,8 @@ TEST(Content, KeepsItsValueInCopiesWhateverItHolds) {
       if (!to.text()) continue;
       to.append(std::string(20, 'd'));
       ASSERT_EQ(described(to), expected + std::string(20, 'd'));
+      to.append(*to.text());
+      ASSERT_EQ(to.text()->size(), 2 * (expected.size() + 20));
       ASSERT_EQ(described(from), expected);
     }
   }
