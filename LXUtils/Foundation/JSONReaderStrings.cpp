@@ -35,9 +35,9 @@ const char* endOfPlainText(const char* text, const char* end) {
 
 /// The character that a backslash with this letter stands for; NUL for a letter without meaning.
 constexpr char shortEscape(char letter) {
+  // Nearly all escapes are those of lines.
+  if (letter == 'n') return '\n';
   switch (letter) {
-    case 'n':
-      return '\n';
     case '"':
     case '\\':
     case '/':
@@ -188,9 +188,7 @@ char* JSONReader::copyWindows(char* to, const char* endOfRoom) {
       const auto stop = static_cast<unsigned>(std::countr_zero(stops));
       copyWindow(position_ + done, to);
       to += stop - done;
-      const char letter = position_[stop + 1];
-      // Nearly all escapes are those of lines.
-      const char meaning = position_[stop] != '\\' ? '\0' : letter == 'n' ? '\n' : shortEscape(letter);
+      const char meaning = position_[stop] == '\\' ? shortEscape(position_[stop + 1]) : '\0';
       if (meaning == '\0') {
         position_ += stop;
         return to;

@@ -17,7 +17,7 @@ class SharedRecord {
   SharedRecord(SharedRecord&& other) noexcept : counted_(std::exchange(other.counted_, nullptr)) {}
   SharedRecord& operator=(const SharedRecord& other) {
     // Sharing the same record already is common, and counting is what costs.
-    if (counted_ != other.counted_) *this = SharedRecord(other);
+    if (this != &other && counted_ != other.counted_) *this = SharedRecord(other);
     return *this;
   }
   SharedRecord& operator=(SharedRecord&& other) noexcept {
