@@ -55,6 +55,8 @@ void Content::takeHeld(Content& other) noexcept {
   } else {
     hold(std::move(other.held<Embed>()), embedMark);
   }
+  other.releaseHeld();
+  other.place_ = {};
 }
 
 void Content::releaseHeld() noexcept {

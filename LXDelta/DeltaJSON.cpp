@@ -85,7 +85,7 @@ class DeltaReader {
     const auto kind = reader_.nextKind();
     if (!kind) return false;
     if (*kind == Kind::array) return readOperations();
-    if (*kind != Kind::object) return failType("");
+    if (*kind != Kind::object) return failType("document");
     listPath_ = "ops";
     reader_.beginObject();
     bool isThere = false;
@@ -129,12 +129,13 @@ class DeltaReader {
     // Read in place: moving a text through several hands takes as long as reading it.
     auto& insert = std::get<Operation::Insert>(operations_.emplace_back().value);
     const auto begin = reader_.offset();
+    const auto depth = reader_.depth();
     if (readUsualInsert(insert)) {
       ++index_;
       return true;
     }
     if (reader_.fault() || fault_) return false;
-    reader_.goBack(begin);
+    reader_.goBack(begin, depth);
     insert = {};
     return readMembers(insert);
   }
@@ -142,10 +143,10 @@ class DeltaReader {
   /// Reads {"insert":"…"} and {"insert":"…","attributes":…} when they are spelt so, without blanks, as nearly all are.
   /// Otherwise the reader stands somewhere in the operation.
   bool readUsualInsert(Operation::Insert& insert) {
-    if (!reader_.passIfNext("{\"insert\":")) return false;
+    if (!reader_.beginIfNext("{\"insert\":")) return false;
     if (!reader_.comesNext('"') || !readText(insert.content)) return false;
-    if (reader_.passIfNext("}")) return true;
-    return reader_.passIfNext(",\"attributes\":") && readAttributes(insert.attributes) && reader_.passIfNext("}");
+    if (reader_.endIfNext()) return true;
+    return reader_.passIfNext(",\"attributes\":") && readAttributes(insert.attributes) && reader_.endIfNext();
   }
 
   /// Reads any operation, into `insert` first.

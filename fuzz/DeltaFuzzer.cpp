@@ -1,6 +1,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <map>
 #include <string_view>
 
 #include "LXDelta/DeltaLines.h"
@@ -43,10 +44,15 @@ void requireWhole(const lx::Delta& delta, const RenderInfo& info) {
   require(info.linesRange.upperBound == static_cast<std::int64_t>(info.lines.size()));
   require(info == buildRenderInfo(delta));
   const ListNumbering numbers(info);
+  // Items count up; only a first one may have no line.
+  std::map<const ListInfo*, std::int64_t> last;
   for (const auto& [index, line] : info.lines) {
     const auto item = line.lineType.listItem();
     if (!item) continue;
-    require(item->indexInList >= 1 && item->indexInList <= static_cast<std::int64_t>(item->info->items().size()));
+    auto& before = last[item->info.get()];
+    require(item->indexInList == before + 1 || (before == 0 && item->indexInList == 2));
+    before = item->indexInList;
+    require(before <= static_cast<std::int64_t>(item->info->items().size()));
   }
   for (const auto* list : numbers.lists()) {
     const auto parent = list->parentList();

@@ -58,10 +58,13 @@ LineParsingStateMachine::LineParsingStateMachine(std::weak_ptr<LineParsingStateM
 template <class Kind>
 Kind& LineParsingStateMachine::enter(const Attributes& attributes) {
   // Lines of one kind mostly follow one another.
-  auto* const current = std::get_if<Kind>(&state_);
-  auto& state = current ? *current : state_.emplace<Kind>();
-  state.attributes = attributes;
-  return state;
+  if (auto* const current = std::get_if<Kind>(&state_)) {
+    current->attributes = attributes;
+    return *current;
+  }
+  Kind state;
+  state.attributes = attributes;  // which may be those of the state that ends
+  return state_.emplace<Kind>(std::move(state));
 }
 
 void LineParsingStateMachine::body(const Attributes& attributes) {

@@ -16,7 +16,7 @@ class LineParsingStateMachineObserverProtocol {
  public:
   virtual ~LineParsingStateMachineObserverProtocol() = default;
 
-  /// The machine is in the state that the line led to.
+  /// The machine is in the state that the line led to. It must not take the last share of the observer away.
   virtual void stateMachineDidHandleLine(const LineParsingStateMachine& stateMachine) = 0;
 };
 

@@ -20,19 +20,21 @@ std::shared_ptr<ListInfo> ListInfo::make(std::int64_t indent, ListArena& arena) 
 }
 
 ListInfo::~ListInfo() {
-  std::vector<std::shared_ptr<ListInfo>> released;
-  const auto releaseNested = [&released](ListInfo& list) {
-    for (auto& item : list.items_) {
-      if (item.nestedList) released.push_back(std::move(item.nestedList));
-    }
-  };
-  releaseNested(*this);
-  while (!released.empty()) {
-    const auto list = std::move(released.back());
-    released.pop_back();
-    // Emptied before it goes, it has nothing left to free in a destructor inside this one.
-    if (list.use_count() == 1) releaseNested(*list);
+  // Where a list frees another, and so on, the first of them does it for all. Whether somebody else holds one, on
+  // whatever thread, does not matter to this.
+  static thread_local std::vector<std::shared_ptr<ListInfo>>* released = nullptr;
+  std::vector<std::shared_ptr<ListInfo>> own;
+  const bool isFirst = released == nullptr;
+  if (isFirst) released = &own;
+  for (auto& item : items_) {
+    if (item.nestedList) released->push_back(std::move(item.nestedList));
   }
+  if (!isFirst) return;
+  while (!own.empty()) {
+    const auto list = std::move(own.back());
+    own.pop_back();
+  }
+  released = nullptr;
 }
 
 void ListInfo::append(ListItemInfo item) { items_.push_back(std::move(item)); }

@@ -15,9 +15,20 @@ class LateJoiner {
     threads_.push_back(std::move(thread));
   }
 
-  void joinForExit() {
+  void runtimeBegins() {
+    const std::lock_guard lock(mutex_);
+    ++runtimes_;
+  }
+  void runtimeEnds() {
+    const std::lock_guard lock(mutex_);
+    --runtimes_;
+    runtimeEnded_.notify_all();
+  }
+
+  void joinForExit(std::chrono::milliseconds longestWait) {
     {
-      const std::lock_guard lock(mutex_);
+      std::unique_lock lock(mutex_);
+      runtimeEnded_.wait_for(lock, longestWait, [this] { return runtimes_ == 0; });
       isExiting_ = true;
     }
     joinAll();
@@ -36,7 +47,9 @@ class LateJoiner {
 
  private:
   std::mutex mutex_;
+  std::condition_variable runtimeEnded_;
   std::vector<std::thread> threads_;
+  int runtimes_ = 0;
   bool isExiting_ = false;
 };
 
@@ -47,7 +60,8 @@ LateJoiner& lateJoiner() {
 }
 
 // A session that was let go of just before the exit still closes its connections on the loop's thread, with libraries
-// that take themselves down after this. A loop that is held up does not hold up the exit.
+// that take themselves down after this; and a runtime may be at its end on a thread of its own. A loop that is held up
+// does not hold up the exit, nor does a runtime that something static still holds.
 class EndAtExit {
  public:
   explicit EndAtExit(const std::weak_ptr<Runtime>& current) : current_(current) {}
@@ -55,7 +69,7 @@ class EndAtExit {
   EndAtExit& operator=(const EndAtExit&) = delete;
   ~EndAtExit() {
     if (const auto runtime = current_.lock()) runtime->eventLoop().waitForPosted(longestWait);
-    lateJoiner().joinForExit();
+    lateJoiner().joinForExit(current_.expired() ? longestWait : std::chrono::milliseconds(0));
   }
 
  private:
@@ -68,6 +82,9 @@ class EndAtExit {
 
 void joinLater(std::thread thread) { lateJoiner().add(std::move(thread)); }
 void joinEarlierThreads() { lateJoiner().joinAll(); }
+
+Runtime::Living::Living() { lateJoiner().runtimeBegins(); }
+Runtime::Living::~Living() { lateJoiner().runtimeEnds(); }
 
 WorkerPool::WorkerPool() : core_(std::make_shared<Core>()) {}
 

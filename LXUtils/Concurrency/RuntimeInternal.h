@@ -56,6 +56,15 @@ class Runtime {
   WorkerPool& workers() { return workers_; }
 
  private:
+  /// Counts it until its threads have ended or wait to be joined.
+  struct Living {
+    Living();
+    ~Living();
+    Living(const Living&) = delete;
+    Living& operator=(const Living&) = delete;
+  };
+
+  Living living_;
   EventLoop eventLoop_;
   WorkerPool workers_;
 };

@@ -3,8 +3,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
-#include <utility>
 
 namespace lx {
 namespace {

@@ -50,7 +50,7 @@ class JSONReader {
   /// Otherwise nothing, and nothing is read.
   std::optional<std::string_view> readVerbatimString();
   /// The string that comes next, without blanks before it, when it is short and says what nearly all short ones do.
-  /// Otherwise nothing is read, and nothing can be said of `out`.
+  /// Otherwise nothing is read, and `out` is empty or as it was.
   bool readShortString(ShortText& out);
   bool readAny(AnyJSON& out);
   bool skipValue();
@@ -73,13 +73,32 @@ class JSONReader {
     return true;
   }
 
+  /// Likewise the beginning of an object, with its first keys, and its end.
+  template <std::size_t size>
+  bool beginIfNext(const char (&text)[size]) {
+    if (depth_ == maxDepth || !passIfNext(text)) return false;
+    ++depth_;
+    return true;
+  }
+  bool endIfNext() {
+    if (!passIfNext("}")) return false;
+    --depth_;
+    return true;
+  }
+
   bool comesNext(char c) const { return position_ != end_ && *position_ == c; }
 
-  /// Goes back to an `offset` from before, between which and here there was no failure.
-  void goBack(std::size_t offset) { position_ = begin_ + offset; }
+  /// Goes back to the beginning of a value, as it was at this `offset` and `depth`, since which nothing failed.
+  void goBack(std::size_t offset, unsigned depth) {
+    position_ = begin_ + offset;
+    depth_ = depth;
+  }
 
   /// The bytes read so far, which is where a fault was met.
   std::size_t offset() const { return static_cast<std::size_t>(position_ - begin_); }
+
+  /// In how many arrays and objects that is.
+  unsigned depth() const { return depth_; }
 
   std::optional<DecodingFault> fault() const { return fault_; }
 

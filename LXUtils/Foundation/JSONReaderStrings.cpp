@@ -147,9 +147,7 @@ bool JSONReader::readUnusualShortString(ShortText& out) {
 }
 
 char* JSONReader::copyText(char* to, const char* endOfRoom) {
-#ifdef __SSE2__
   to = copyWindows(to, endOfRoom);
-#endif
   // One block more than is written is left on both sides, for what follows.
   while (endOfRoom - to >= std::ptrdiff_t{2 * jsonTextBlock} && rest().size() >= 2 * jsonTextBlock) {
     copyBlock(position_, to);
@@ -174,8 +172,8 @@ char* JSONReader::copyText(char* to, const char* endOfRoom) {
   return to;
 }
 
+char* JSONReader::copyWindows(char* to, [[maybe_unused]] const char* endOfRoom) {
 #ifdef __SSE2__
-char* JSONReader::copyWindows(char* to, const char* endOfRoom) {
   const auto copyWindow = [](const char* from, char* into) {
     for (std::size_t i = 0; i < TextWindow::size; i += jsonTextBlock) copyBlock(from + i, into + i);
   };
@@ -204,9 +202,9 @@ char* JSONReader::copyWindows(char* to, const char* endOfRoom) {
     }
     position_ += done;
   }
+#endif
   return to;
 }
-#endif
 
 std::optional<std::string_view> JSONReader::readVerbatimString() {
   if (!comesNext('"')) return std::nullopt;

@@ -14,6 +14,17 @@ namespace lx {
 template <class Element>
 class SegmentedVector {
  public:
+  SegmentedVector() = default;
+  SegmentedVector(const SegmentedVector& other) {
+    for (std::size_t i = 0; i < other.size(); ++i) emplace_back(other[i]);
+  }
+  SegmentedVector(SegmentedVector&& other) noexcept { swap(other); }
+  SegmentedVector& operator=(SegmentedVector other) noexcept {
+    swap(other);
+    return *this;
+  }
+  ~SegmentedVector() = default;
+
   bool empty() const { return size_ == 0; }
   std::size_t size() const { return size_; }
 
@@ -31,6 +42,11 @@ class SegmentedVector {
   }
 
  private:
+  void swap(SegmentedVector& other) noexcept {
+    segments_.swap(other.segments_);
+    std::swap(size_, other.size_);
+  }
+
   static constexpr std::size_t firstSize = 64;
 
   static std::size_t sizeOf(std::size_t segment) { return firstSize << (2 * segment); }

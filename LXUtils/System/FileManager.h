@@ -26,4 +26,7 @@ struct FileError {
 /// The bytes of a file of at most `maximumSize` bytes. Errors: FileError.
 Result<Data> readFile(const std::string& path, std::size_t maximumSize);
 
+/// Likewise what is left of the standard input; the error's path is "standard input".
+Result<Data> readStandardInput(std::size_t maximumSize);
+
 }  // namespace lx

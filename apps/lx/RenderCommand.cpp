@@ -8,7 +8,7 @@ namespace lx::tool {
 
 Result<void> runRender(const Output& output, const RenderOptions& options) {
   constexpr std::size_t largest = std::size_t{2} << 30U;
-  const auto file = readFile(options.file == "-" ? "/dev/stdin" : options.file, largest);
+  const auto file = options.file == "-" ? readStandardInput(largest) : readFile(options.file, largest);
   if (!file) return fail(file.error());
   const auto delta = Delta::fromJSON(textView(*file));
   if (!delta) return fail(delta.error());

@@ -10,6 +10,7 @@ struct ToolError {
     noHome,        ///< there is no folder of the user in which the group's could be
     group,         ///< the group's folder cannot be made
     output,        ///< standard output cannot be written
+    memory,        ///< the system has no more of it
     noLegacyData,  ///< nothing of the cookie era is stored
     demo,          ///< a step of the tour did not do what it promises
   };
@@ -29,6 +30,8 @@ inline std::string ToolError::typeName() const {
       return "ToolError.group";
     case Kind::output:
       return "ToolError.output";
+    case Kind::memory:
+      return "ToolError.memory";
     case Kind::noLegacyData:
       return "ToolError.noLegacyData";
     case Kind::demo:

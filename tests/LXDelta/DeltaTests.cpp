@@ -195,7 +195,7 @@ TEST(Delta, WhatIsNoDocumentIsRefusedWithItsPlace) {
     for (const auto* example : examples) EXPECT_EQ(refusal(halves(example).first), halves(example).second) << example;
   };
   expect({" -> byte 0: malformed", "ops -> byte 0: malformed", "nojson -> byte 0: malformed",
-          R"([{"insert":nope}] -> [0] at byte 11: malformed)", "7 -> wrong type", "{} -> ops: missing",
+          R"([{"insert":nope}] -> [0] at byte 11: malformed)", "7 -> document: wrong type", "{} -> ops: missing",
           R"({"ops":{}} -> ops: wrong type)", R"({"ops":[7]} -> ops[0]: wrong type)",
           R"([{"insert":"a"},[]] -> [1]: wrong type)",
           R"({"ops":[{"insert":"a"},{"insert":7}]} -> ops[1].insert: wrong type)",
@@ -215,6 +215,14 @@ TEST(Delta, WhatIsNoDocumentIsRefusedWithItsPlace) {
           R"([{"insert":"a","x":1e999}] -> [0] at byte 19: malformed)"});
   EXPECT_EQ(refusal("[{\"insert\":" + std::string(100'000, '[')), "[0] at byte 73: out of range");
   EXPECT_EQ(refusal("[{\"x\":" + std::string(1'000'000, '[')), "[0] at byte 68: out of range");
+  // The same depth is too much in the usual spelling and in any other.
+  for (const std::string begin : {R"([{"insert":"a","attributes":{"x":)", R"([{ "insert":"a","attributes":{"x":)"}) {
+    const auto nested = [&](std::size_t levels) {
+      return begin + std::string(levels, '[') + std::string(levels, ']') + "}}]";
+    };
+    EXPECT_TRUE(Delta::fromJSON(nested(61)));
+    EXPECT_EQ(refusal(nested(62)), "[0] at byte " + std::to_string(begin.size() + 61) + ": out of range");
+  }
 }
 
 std::vector<std::string> linesOf(const Delta& delta, char32_t separator) {
@@ -244,6 +252,23 @@ TEST(Delta, LinesEndWithTheirSeparator) {
   EXPECT_THAT(linesOf(delta, 0xD800), testing::SizeIs(1));
   // Without the line that the retain cuts off.
   EXPECT_THAT(linesOf(Delta().insert("a\nb").retain(1).insert("c\n"), U'\n'), testing::SizeIs(1));
+}
+
+TEST(Delta, LinesGoOnOverOperationsThatWereNotMerged) {
+  const auto lines = [](std::string_view operations) {
+    std::string text;
+    const auto delta = Delta::fromJSON("[" + std::string(operations) + "]");
+    for (DeltaLines walk(delta.value()); walk.next();) {
+      text += std::to_string(walk.changeLength()) + (walk.attributes().isEmpty() ? " " : "* ");
+    }
+    return text;
+  };
+  EXPECT_EQ(lines(R"({"insert":""},{"insert":"a"},{"insert":""},{"insert":"b\nc","attributes":{"x":1}},{"insert":""},
+                     {"insert":{"i":1}},{"insert":"\n"},{"insert":"\n"},{"insert":""})"),
+            "3* 3 1 ");
+  EXPECT_EQ(lines(R"({"insert":"a\n"},{"insert":{}},{"insert":""})"), "2 1 ");
+  EXPECT_EQ(lines(R"({"insert":"a\n\nb"},{"retain":1},{"insert":"c\n"})"), "2 1 ");
+  EXPECT_EQ(lines(R"({"insert":"a\n"},{"delete":1},{"insert":"c\n"})"), "2 ");
 }
 
 TEST(Delta, LengthsAddUpOverRandomLines) {

@@ -52,8 +52,9 @@ class GroupKill : public GroupTest {
     return senders;
   }
 
-  /// Kills the victim somewhere in its refresh and gives what the survivors' callers got.
-  std::vector<ProbeAnswer> playRound() {
+  /// Kills the victim somewhere in its refresh, now and then for certain after it has sent it, and gives what the
+  /// survivors' callers got.
+  std::vector<ProbeAnswer> playRound(int round) {
     auto next = start("victim", {"poll=15"});
     const auto share = [&](double most) {
       return std::chrono::duration_cast<nanoseconds>(span_ * std::uniform_real_distribution(0.0, most)(random_));
@@ -61,8 +62,13 @@ class GroupKill : public GroupTest {
     const auto delay = share(1.1);
     // A head start that lets the victim get to the lock before the others, most of the time.
     const auto headStart = std::min(delay, share(0.4));
+    const auto refreshes = backend->journal().count(tokenPath, "refresh_token");
     victim_->process.writeLine("get 1");
-    victim_->process.hasOutput(headStart);
+    if (round % 10 == 0) {
+      EXPECT_TRUE(backend->journal().waitForRequests(refreshes + 1, tokenPath, watchdog, "refresh_token"));
+    } else {
+      victim_->process.hasOutput(headStart);
+    }
     for (const auto& survivor : survivors_) survivor->process.writeLine("get 1");
     victim_->process.hasOutput(delay - headStart);
     victim_->process.kill();
@@ -91,7 +97,7 @@ TEST_F(GroupKill, NothingIsLostWhenTheServerAnswersALostExchangeAgain) {
     SCOPED_TRACE("round " + std::to_string(round));
     const auto old = signInExpired();
     const auto before = backend->journal().count();
-    const auto answers = playRound();
+    const auto answers = playRound(round);
     const auto current = stored();
     EXPECT_NE(current.refreshToken, old.refreshToken);
     for (const auto& answer : answers) EXPECT_TRUE(answer.holds(current)) << answer.error;
@@ -110,7 +116,7 @@ TEST_F(GroupKill, WithoutSuchAServerALossIsATypedErrorAndARequestToLogOut) {
     const auto old = signInExpired();
     const auto before = backend->journal().count();
     const auto failuresBefore = posts("Failure");
-    const auto answers = playRound();
+    const auto answers = playRound(round);
     const auto current = stored();
     int logouts = 0;
     for (const auto& survivor : survivors_) logouts += survivor->logouts();

@@ -33,6 +33,8 @@ const std::string notes =
 TEST(Render, PeopleSeeATreeWithTheNumbersThatTheyExpect) {
   EXPECT_EQ(render(notes).out, "# Notes <1>\n1. one\n    1. deep\n  1. back\n2. two\n[x] done\n• 日本?\n[image]end\n");
   EXPECT_EQ(render(R"({"delete":1})").out, "");
+  // What would act on a terminal is not passed on, in whichever form it comes.
+  EXPECT_EQ(render(R"({"insert":"a\u009b31m\u202eb\u2028c\tdé\r\n"})").out, "a?31m?b?c dé\n");
 }
 
 TEST(Render, ThePageNestsListsInTheirItems) {
@@ -42,6 +44,14 @@ TEST(Render, ThePageNestsListsInTheirItems) {
                 "</li>\n<li value=\"1\">back</li>\n</ol>\n</li>\n<li>two</li>\n</ol>\n<ul class=\"checklist\">\n"
                 "<li><input type=\"checkbox\" disabled checked> done</li>\n</ul>\n<ul>\n<li>日本 </li>\n</ul>\n"
                 "<p><span class=\"embed\">[image]</span><strong>end</strong></p>\n</body>"));
+  // The list of the second line is replaced in the first item by that of the third.
+  EXPECT_THAT(render(line("a", R"({"list":"ordered"})") + line("deep", R"({"list":"bullet","indent":2})") +
+                         line("b", R"({"list":"checked","indent":1})") + line("c", R"({"list":"ordered"})") +
+                         R"({"insert":"end"})",
+                     {"--html"})
+                  .out,
+              HasSubstr("<ol>\n<li>a<ul>\n<li>deep</li>\n</ul>\n<ul class=\"checklist\">\n<li><input type=\"checkbox\" "
+                        "disabled checked> b</li>\n</ul>\n</li>\n<li>c</li>\n</ol>\n<p>end</p>"));
 }
 
 TEST(Render, ProgramsGetLinesAndNumberedLists) {

@@ -15,8 +15,11 @@ void eachPiece(const DeltaLines& lines, const std::function<void(const LinePiece
       visit({{}, embed->empty() ? std::string_view("embed") : std::string_view(embed->begin()->first), attributes});
       return;
     }
-    // A line holds no separator but its last character.
-    if (text.ends_with(static_cast<char>(Delta::defaultLineSeparator))) text.remove_suffix(1);
+    // A line holds no separator but its last character; elsewhere lines end with two.
+    if (text.ends_with(static_cast<char>(Delta::defaultLineSeparator))) {
+      text.remove_suffix(1);
+      if (text.ends_with('\r')) text.remove_suffix(1);
+    }
     if (!text.empty()) visit({text, {}, attributes});
   });
 }

@@ -92,7 +92,12 @@ class Page {
     std::ranges::reverse(path);
     std::size_t common = 0;
     while (common < path.size() && common < open_.size() && open_[common].list == path[common]) ++common;
-    closeLists(common);
+    // A list whose parent is gone still stands below those that are open and less indented.
+    std::size_t kept = common;
+    if (common == 0) {
+      while (kept < open_.size() && open_[kept].list->indent() < path.front()->indent()) ++kept;
+    }
+    closeLists(kept);
     for (std::size_t i = common; i < path.size(); ++i) {
       if (!open_.empty() && !open_.back().hasOpenItem) {
         body_ += "<li class=\"level\">";

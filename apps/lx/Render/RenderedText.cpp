@@ -10,17 +10,16 @@ namespace {
 using namespace DeltaRenderUtils;
 using ListType = Attributes::ListType;
 
-std::string contentOf(const DeltaLines& lines, const Style& style) {
+std::string contentOf(const DeltaLines& lines, const Style& style, bool isHeading) {
   std::string content;
   eachPiece(lines, [&](const LinePiece& piece) {
-    if (!piece.embed.empty()) {
-      content += style.dim("[" + printable(piece.embed) + "]");
-      return;
-    }
     std::string text(piece.text);
     std::ranges::replace(text, '\t', ' ');
     text = printable(text);
-    content += piece.is("bold") ? style.bold(text) : piece.is("code") ? style.cyan(text) : text;
+    if (!piece.embed.empty()) text = style.dim("[" + printable(piece.embed) + "]");
+    if (piece.is("code")) text = style.cyan(text);
+    // Piece by piece, since the end of one style ends those around it.
+    content += isHeading || piece.is("bold") ? style.bold(text) : text;
   });
   return content;
 }
@@ -46,13 +45,14 @@ std::string renderedText(const Delta& delta, const RenderInfo& renderInfo, const
   ItemNumbers numbers;
   for (DeltaLines lines(delta); lines.next();) {
     const LineInfo& line = *renderInfo.lines.find(lines.index());
-    const auto content = contentOf(lines, style);
+    const auto heading = line.lineType.heading();
+    const auto content = contentOf(lines, style, heading.has_value());
     text.append(static_cast<std::size_t>(2 * std::clamp<std::int64_t>(line.indent(), 0, deepestIndent)), ' ');
     if (const auto item = line.lineType.listItem()) {
       text += style.cyan(markerOf(line, *item->info, numbers)) + content;
-    } else if (const auto heading = line.lineType.heading()) {
+    } else if (heading) {
       const auto marks = static_cast<std::size_t>(std::min(heading->level, deepestHeading));
-      text += style.dim(std::string(marks, '#')) + " " + style.bold(content);
+      text += style.dim(std::string(marks, '#')) + " " + content;
     } else {
       text += content;
     }

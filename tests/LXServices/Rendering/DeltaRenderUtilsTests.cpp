@@ -1,11 +1,13 @@
 #include <fstream>
 #include <random>
 #include <sstream>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "LXServices/Rendering/DeltaRenderUtils.h"
+#include "LXServices/Rendering/LineParsingStateMachine.h"
 #include "LXServices/Rendering/ListNumbering.h"
 
 namespace lx::DeltaRenderUtils {
@@ -193,6 +195,27 @@ TEST(ListInfo, TreesOfAnyDepthAreFreedAndCompared) {
   root.reset();
   info = RenderInfo::empty();
   EXPECT_TRUE(last.expired());
+}
+
+TEST(ListInfo, ListsAreFreedOnTwoThreadsAtOnce) {
+  for (int round = 0; round < 50; ++round) {
+    Delta document;
+    for (const char* line : {"bullet", "bullet 1", "ordered 2", "bullet 1"}) document.insert("\n", attributesOf(line));
+    auto info = std::make_optional(buildRenderInfo(document));
+    auto nested = info->lines.find(2)->lineType.listItem()->info;
+    std::jthread other([kept = std::move(nested)]() mutable {
+      EXPECT_EQ(kept->items().size(), 1U);
+      kept.reset();
+    });
+    info.reset();
+  }
+}
+
+TEST(LineParsingStateMachine, TakesAttributesFromItsOwnStateAndNoticesThatNobodyObserves) {
+  LineParsingStateMachine machine({});
+  machine.header(2, attributesOf("h2 3"));
+  machine.body(std::get<LineParsingStateMachine::Header>(machine.state()).attributes);
+  EXPECT_EQ(std::get<LineParsingStateMachine::Body>(machine.state()).attributes, attributesOf("h2 3"));
 }
 
 }  // namespace

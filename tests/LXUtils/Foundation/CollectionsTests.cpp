@@ -73,6 +73,11 @@ TEST(SegmentedVector, ElementsKeepTheirIndexInCopiesToo) {
   EXPECT_EQ(numbers.size(), 6000U);
   ASSERT_EQ(copy.size(), 30'000U);
   for (std::size_t i = 0; i < copy.size(); ++i) ASSERT_EQ(copy[i], i);
+  const auto* const place = &copy[6500];
+  const auto moved = std::move(copy);
+  EXPECT_EQ(&moved[6500], place);
+  EXPECT_TRUE(copy.empty());  // NOLINT(bugprone-use-after-move): that is what is asked
+  EXPECT_EQ(copy.emplace_back(7U), 7U);
 }
 
 }  // namespace
