@@ -85,7 +85,8 @@ TEST(Delta, TextsComeBackWhateverTheyAreSpeltWith) {
     std::string spelt(round < 70 ? static_cast<std::size_t>(round) : 0, 'a');
     std::string meant = spelt;
     const auto kinds = 1 + random() % std::size(pieces);
-    for (auto size = random() % (round < 70 ? 1 : round % 10 == 0 ? 9000 : 80); spelt.size() < size;) {
+    const unsigned longest = round % 10 == 0 ? 9000 : 80;
+    for (auto size = round < 70 ? 0 : random() % longest; spelt.size() < size;) {
       const auto& [spelling, meaning] = pieces[random() % kinds];
       spelt += spelling;
       meant += meaning;
@@ -125,7 +126,7 @@ TEST(Content, KeepsItsValueInCopiesWhateverItHolds) {
       to = *&to;
       ASSERT_EQ(described(to), expected);
       Content moved(std::move(to));
-      ASSERT_EQ(to, Content());  // NOLINT(bugprone-use-after-move): that is what is asked
+      ASSERT_TRUE(to.text());  // NOLINT(bugprone-use-after-move): some text is left, never half an embed
       to = std::move(moved);
       ASSERT_EQ(described(to), expected);
       ASSERT_EQ(to, from);
