@@ -52,7 +52,7 @@ class Content {
   /// Makes the text longer; this must not be an embed.
   void append(std::string_view text);
 
-  /// Makes it a text, empty at first, for the caller to fill: a copy takes as long as reading it.
+  /// Makes it a text, empty at first, for the caller to fill up to its capacity: a copy takes as long as reading it.
   ShortText& resetToShortText() {
     release();
     return place_ = {};
