@@ -163,14 +163,14 @@ void EventLoop::perform(Work work) {
   }
 }
 
-void EventLoop::waitForPosted(std::chrono::milliseconds limit) {
+bool EventLoop::waitForPosted(std::chrono::milliseconds limit) {
   {
     const std::lock_guard lock(startMutex_);
-    if (!thread_.joinable() || isOnLoopThread()) return;
+    if (!thread_.joinable() || isOnLoopThread()) return false;
   }
   const auto reached = std::make_shared<std::promise<void>>();
   post([reached] { reached->set_value(); });
-  reached->get_future().wait_for(limit);
+  return reached->get_future().wait_for(limit) == std::future_status::ready;
 }
 
 EventLoop::TimerID EventLoop::addTimer(Deadline deadline, Work work) {

@@ -27,9 +27,9 @@ class EventLoop {
   /// As `post`; when called on the loop's thread, `work` runs at once.
   void perform(Work work);
 
-  /// Waits until everything posted so far has run, no longer than `limit`. Not at all on the loop's own thread, or when
-  /// the loop has not started.
-  void waitForPosted(std::chrono::milliseconds limit);
+  /// Waits until everything posted so far has run, no longer than `limit`; false when it has not. Does not wait on the
+  /// loop's own thread, or when the loop has not started.
+  bool waitForPosted(std::chrono::milliseconds limit);
 
   /// Runs `work` on the loop's thread at the deadline. Any thread.
   TimerID addTimer(Deadline deadline, Work work);

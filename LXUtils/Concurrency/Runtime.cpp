@@ -68,12 +68,17 @@ class EndAtExit {
   EndAtExit(const EndAtExit&) = delete;
   EndAtExit& operator=(const EndAtExit&) = delete;
   ~EndAtExit() {
-    if (const auto runtime = current_.lock()) runtime->eventLoop().waitForPosted(longestWait);
+    // What is closed there holds the runtime meanwhile, and may give the loop more to do.
+    for (int round = 0; round < mostRounds; ++round) {
+      const auto runtime = current_.lock();
+      if (!runtime || !runtime->eventLoop().waitForPosted(longestWait)) break;
+    }
     lateJoiner().joinForExit(current_.expired() ? longestWait : std::chrono::milliseconds(0));
   }
 
  private:
   static constexpr std::chrono::milliseconds longestWait{1000};
+  static constexpr int mostRounds = 20;
 
   const std::weak_ptr<Runtime>& current_;
 };
