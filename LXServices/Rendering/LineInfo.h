@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -23,11 +24,14 @@ class LineType {
 
   /// Body text.
   LineType() = default;
-  LineType(Heading heading) : number_(heading.level) {}
-  LineType(ListItem item) : list_(std::move(item.info)), number_(item.indexInList) {}
+  /// Body text for a level below 1.
+  LineType(Heading heading) : number_(std::max<std::int64_t>(heading.level, 0)) {}
+  /// Body text without a list.
+  LineType(ListItem item) : list_(std::move(item.info)), number_(list_ ? item.indexInList : 0) {}
 
-  bool isBody() const { return number_ < 1; }
-  std::optional<Heading> heading() const { return isBody() || list_ ? std::nullopt : std::optional(Heading{number_}); }
+  std::optional<Heading> heading() const {
+    return list_ || number_ == 0 ? std::nullopt : std::optional(Heading{number_});
+  }
   std::optional<ListItem> listItem() const { return list_ ? std::optional(ListItem{list_, number_}) : std::nullopt; }
   /// That of listItem(), for what does not keep it.
   const ListInfo* list() const { return list_.get(); }
@@ -38,7 +42,7 @@ class LineType {
  private:
   // There may be millions, so they take no more than the largest of them needs.
   std::shared_ptr<ListInfo> list_;
-  std::int64_t number_ = 0;
+  std::int64_t number_ = 0;  // an item's place in the list, a heading's level, or 0
 };
 
 /// How a line is to be rendered.

@@ -163,6 +163,15 @@ TEST(DeltaRenderUtils, EqualityIsThatOfStructureNotOfObjects) {
   EXPECT_FALSE(render({"bullet", "bullet 2", "bullet 1"}) == render({"bullet", "bullet 1", "bullet 1"}));
 }
 
+TEST(LineType, WithoutALevelOrAListItIsBodyText) {
+  EXPECT_EQ(LineType(LineType::Heading{-1}), LineType());
+  EXPECT_EQ(LineType(LineType::ListItem{nullptr, 3}), LineType());
+  EXPECT_EQ(LineType(LineType::Heading{2}).heading()->level, 2);
+  const LineType item(LineType::ListItem{ListInfo::make(0), 2});
+  EXPECT_FALSE(item.heading());
+  EXPECT_EQ(item.listItem()->indexInList, 2);
+}
+
 TEST(ListInfo, AppendingANestedListReplacesTheLastItem) {
   const auto list = ListInfo::make(0);
   const auto nested = ListInfo::make(1);
