@@ -15,4 +15,8 @@ bool OAuth2Credentials::isValid(Date now) const {
   return !accessToken.empty() && !refreshToken.empty() && !needsRefresh(now);
 }
 
+bool haveSameTokens(const OAuth2Credentials& a, const OAuth2Credentials& b) {
+  return a.accessToken == b.accessToken && a.refreshToken == b.refreshToken;
+}
+
 }  // namespace lx

@@ -27,6 +27,9 @@ struct OAuth2Credentials {
   bool operator==(const OAuth2Credentials&) const = default;
 };
 
+/// True if both tokens are equal: no refresh lies between the two, whatever their expiration dates say.
+bool haveSameTokens(const OAuth2Credentials& a, const OAuth2Credentials& b);
+
 template <>
 struct Coding<OAuth2Credentials> {
   static constexpr auto fields = std::tuple{

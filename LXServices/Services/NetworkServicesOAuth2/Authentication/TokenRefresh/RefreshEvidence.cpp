@@ -37,10 +37,6 @@ bool isHeldByAnother(const Error& lockError) {
   return error && error->kind == FileLockError::Kind::alreadyLocked;
 }
 
-bool haveSameTokens(const OAuth2Credentials& a, const OAuth2Credentials& b) {
-  return a.accessToken == b.accessToken && a.refreshToken == b.refreshToken;
-}
-
 bool holdsSameTokens(const Result<std::optional<OAuth2Credentials>>& stored, const OAuth2Credentials& credentials) {
   return stored && *stored && haveSameTokens(**stored, credentials);
 }

@@ -23,8 +23,6 @@ RefreshFiles openRefreshFiles(const URL& lockFileURL);
 /// True when another process, or another service of this one, holds the lock.
 bool isHeldByAnother(const Error& lockError);
 
-/// True when neither token differs: whatever else may, no refresh lies between the two.
-bool haveSameTokens(const OAuth2Credentials& a, const OAuth2Credentials& b);
 bool holdsSameTokens(const Result<std::optional<OAuth2Credentials>>& stored, const OAuth2Credentials& credentials);
 
 /// Notes in the lock file which credentials have been exchanged for new ones. A note that cannot be written is only
