@@ -7,14 +7,18 @@
 #include <utility>
 #include <vector>
 
+#include "LXServices/Services/NetworkServicesOAuth2/Authentication/MigrationToOAuth2/SilentAuthorizationManagerOAuth2.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/OAuth2Error.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefresh/OAuth2CredentialsServiceImpl.h"
+#include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefresh/TokenRefreshNotificationsManager.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefreshErrorInfo.h"
 #include "LXTesting/InMemoryCredentialsStorage.h"
 #include "LXTesting/ManualClock.h"
 #include "LXTesting/ScriptedURLSession.h"
 #include "LXUtils/Concurrency/OperationQueue.h"
+#include "LXUtils/Logging/Logger.h"
 #include "LXUtils/Network/NetworkServiceError.h"
+#include "LXUtils/System/FileLock.h"
 
 #include "TemporaryFolder.h"
 
