@@ -48,6 +48,29 @@ TEST_F(WaitingForAnotherProcess, ItsFailureFailsAllAndIsPassedOn) {
   EXPECT_TRUE(stack.posts("Failure", 2));
 }
 
+TEST_F(WaitingForAnotherProcess, AFailureOfAnEarlierRefreshDoesNotEndTheWaitForTheOneUnderWay) {
+  ASSERT_TRUE(lock->setContents("refreshing\n"));
+  other.postFailure();
+  stack.keep(stack.tokens("theirs"));
+  other.postSuccess();
+  ASSERT_TRUE(stack.happens("get caller access-theirs"));
+  EXPECT_EQ(stack.events.count("get caller OAuth2Error.credentialsRefreshGenericError"), 0U);
+  EXPECT_EQ(stack.posted("Failure"), 1U);
+}
+
+TEST_F(WaitingForAnotherProcess, AFailureCountsOnceTheHolderIsDead) {
+  ASSERT_TRUE(lock->setContents("refreshing\n"));
+  lock.reset();
+  other.postFailure();
+  EXPECT_TRUE(stack.happens("get caller OAuth2Error.credentialsRefreshGenericError"));
+}
+
+TEST_F(WaitingForAnotherProcess, GoodCredentialsInTheStoreAreTheAnswerWhileTheLockIsStillHeld) {
+  stack.keep(stack.tokens("theirs"));
+  stack.clock->manual.advance(std::chrono::milliseconds(250));
+  EXPECT_TRUE(stack.happens("get caller access-theirs"));
+}
+
 TEST_F(WaitingForAnotherProcess, AnEmptyStoreAfterItsSuccessIsCredentialsNotFound) {
   stack.store->setRecords({});
   other.postSuccess();
@@ -138,7 +161,11 @@ TEST(CredentialsGroup, CredentialsThatAnotherProcessHasExchangedAreNotSentAgain)
   // Only a store that really holds them again has them sent.
   second.keep(old);
   second.get("third");
-  EXPECT_TRUE(second.happens("request refresh-old"));
+  ASSERT_TRUE(second.answers(0, fail(CredentialsStack::invalidRefreshToken())));
+  ASSERT_TRUE(second.happens("get third NetworkServiceError.serverError"));
+  // Whoever exchanged them holds their successor: this is no reason to sign out.
+  ASSERT_TRUE(second.posts("Failure", 1));
+  EXPECT_EQ(second.events.count("logout"), 0U);
 }
 
 }  // namespace

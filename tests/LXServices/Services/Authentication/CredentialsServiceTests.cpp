@@ -237,6 +237,49 @@ TEST_F(CredentialsService, AnExpiredBackgroundTaskLeavesTheRefreshRunning) {
   EXPECT_THAT(stack.executor->openTasks(), ElementsAre());
 }
 
+// Numbers the background tasks and hands out their expiration handlers.
+class NumberingExecutor final : public BackgroundExecutor {
+ public:
+  explicit NumberingExecutor(EventLog& events) : events_(events) {}
+  Identifier beginBackgroundTask(std::string /*name*/, std::function<void()> expirationHandler) override {
+    handlers.push_back(std::move(expirationHandler));
+    events_.add("begin " + std::to_string(handlers.size()));
+    if (expiresAtOnce) handlers.back()();
+    return handlers.size();
+  }
+  void endBackgroundTask(Identifier identifier) override { events_.add("end " + std::to_string(identifier)); }
+
+  std::vector<std::function<void()>> handlers;
+  bool expiresAtOnce = false;
+
+ private:
+  EventLog& events_;
+};
+
+TEST_F(CredentialsService, ABackgroundTaskThatExpiresEndsOnlyItself) {
+  const auto executor = std::make_shared<NumberingExecutor>(stack.events);
+  stack.service = OAuth2CredentialsServiceImpl::make(
+      stack.store, stack.refresh, *URL::make("file://" + folder.path() + "/other.lock"), executor, {}, stack.clock);
+  executor->expiresAtOnce = true;  // before its identifier is known
+  stack.keepExpiring();
+  stack.get("first");
+  ASSERT_TRUE(stack.answers(0, fail(UnwrapError{"offline"})));
+  ASSERT_TRUE(stack.happens("log3 Unbalanced call to end background task"));
+  executor->expiresAtOnce = false;
+  stack.get("second");
+  ASSERT_TRUE(stack.happens("request refresh-old", 2));
+  stack.keep(stack.tokens("theirs", std::chrono::seconds(10)));
+  ASSERT_TRUE(stack.answers(1, stack.tokens("late")));
+  ASSERT_TRUE(stack.happens("request refresh-theirs"));
+  executor->handlers[1]();
+  ASSERT_TRUE(stack.answers(2, stack.tokens("new")));
+  ASSERT_TRUE(stack.happens("end 3"));
+
+  EXPECT_THAT(events({"begin", "end", "log"}),
+              ElementsAre("begin 1", "log4 Background Refresh Task has reached timeout", "end 1",
+                          "log3 Unbalanced call to end background task", "begin 2", "begin 3", "end 2", "end 3"));
+}
+
 TEST_F(CredentialsService, APairThatTheStoreDoesNotTakeIsKeptAndStoredLater) {
   stack.keepExpiring();
   stack.store->failStores(UnwrapError{"disk full"});
@@ -278,6 +321,21 @@ TEST_F(CredentialsService, ALateAnswerDoesNotOverwriteWhatWasStoredSince) {
   ASSERT_TRUE(stack.answers(1, stack.tokens("late")));
   ASSERT_TRUE(stack.happens("get second OAuth2Error.credentialsNotFound"));
   EXPECT_FALSE(stack.store->records().credentials);
+}
+
+TEST_F(CredentialsService, AnAnswerIsKeptWhileTheStoreCannotBeRead) {
+  stack.keepExpiring();
+  stack.get("first");
+  ASSERT_TRUE(stack.happens("request refresh-old"));
+  stack.store->failLoads(UnwrapError{"written by a later version"});
+  ASSERT_TRUE(stack.answers(0, stack.tokens("new")));
+  ASSERT_TRUE(stack.happens("get first access-new"));
+  EXPECT_EQ(storedToken(), "access-old");
+
+  stack.store->failLoads(std::nullopt);
+  stack.get("later");
+  EXPECT_EQ(stack.events.count("get later access-new"), 1U);
+  EXPECT_EQ(storedToken(), "access-new");
 }
 
 TEST_F(CredentialsService, WorksWithoutALockFile) {
