@@ -1,15 +1,17 @@
 // One process of an app group, with the whole stack of an app.
-//   group_probe FOLDER ADDRESS CA_FILE CONTAINER [poll=MS] [bound=MS] [die=beforeStore|afterStore|inAnswer]
+//   group_probe FOLDER ADDRESS CA_FILE CONTAINER [poll=MS] [bound=MS] [die=beforeStore|afterStore|inAnswer] [hold=sync]
 // builds the stack, prints "ready" and obeys the lines of its input until that ends:
-//   get N      N callers ask for credentials at once. Prints, when all are answered, a line for each in the order of
-//   the
-//              answers, "ok ACCESS_TOKEN REFRESH_TOKEN NANOSECONDS" or "error TYPE NANOSECONDS", and "done
-//              NANOSECONDS", the time of the process's first store of credentials since the one before (0 when it
+//   get N      N callers ask for credentials at once. When all are answered, prints one line for each in the order of
+//              the answers, "ok ACCESS_TOKEN REFRESH_TOKEN NANOSECONDS" or "error TYPE NANOSECONDS", and then "done
+//              NANOSECONDS", the time of the process's first store of credentials since the last such line (0 if it
 //              stored none)
 //   refresh N  the same for callers that force a refresh; the tokens are those of the store at that moment
+//   insist     one caller that asks again at once after each error; prints "failures N" and then as for get
+//   go         ends the hold, see below
 //   user       prints "user ID" or "error TYPE"
 //   logouts    prints "logouts N", how often the app was asked to log out
-// Times are those of the system's steady clock, which all processes share.
+// Times are those of the system's steady clock, which all processes share. With hold=sync, the process prints
+// "syncing" when it has written new credentials, and syncs them only after "go".
 
 #include <atomic>
 #include <barrier>
@@ -21,6 +23,7 @@
 #include <thread>
 #include <vector>
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "LXServices/Services/UserService.h"
@@ -42,6 +45,9 @@ std::int64_t nanoseconds() { return Clock::system()->steadyNow().time_since_epoc
   while (true) kill(getpid(), SIGKILL);
 }
 
+// Where a process that holds its syncs waits for "go".
+std::atomic<bool> isHolding{false};
+
 // The group's store, which notes when it was written to and ends the process when it is told to.
 class ProbeStorage final : public AuthCredentialsStorage {
  public:
@@ -49,12 +55,18 @@ class ProbeStorage final : public AuthCredentialsStorage {
       : storage_(std::move(storage)), death_(std::move(death)) {}
 
   Result<void> storeOAuth2Credentials(const std::optional<OAuth2Credentials>& credentials) override {
-    if (death_ == "beforeStore") die();
-    auto stored = storage_->storeOAuth2Credentials(credentials);
-    if (death_ == "afterStore") die();
-    std::int64_t none = 0;
-    firstStore.compare_exchange_strong(none, nanoseconds());
-    return stored;
+    return storage_->storeOAuth2Credentials(credentials);
+  }
+  Result<ReplaceOutcome> replaceOAuth2Credentials(const OAuth2Credentials& replaced,
+                                                  const OAuth2Credentials& credentials) override {
+    return storage_->replaceOAuth2Credentials(replaced, credentials);
+  }
+  Result<PreparedReplacement> prepareReplacement(const OAuth2Credentials& replaced) override {
+    auto prepared = storage_->prepareReplacement(replaced);
+    if (prepared && prepared->replacement) {
+      prepared->replacement = std::make_unique<Replacement>(*this, std::move(prepared->replacement));
+    }
+    return prepared;
   }
   Result<std::optional<OAuth2Credentials>> loadOAuth2Credentials() override {
     return storage_->loadOAuth2Credentials();
@@ -71,6 +83,25 @@ class ProbeStorage final : public AuthCredentialsStorage {
   std::atomic<std::int64_t> firstStore{0};
 
  private:
+  class Replacement final : public CredentialsReplacement {
+   public:
+    Replacement(ProbeStorage& storage, std::unique_ptr<CredentialsReplacement> replacement)
+        : storage_(storage), replacement_(std::move(replacement)) {}
+
+    Result<ReplaceOutcome> store(const OAuth2Credentials& credentials) override {
+      if (storage_.death_ == "beforeStore") die();
+      auto outcome = replacement_->store(credentials);
+      if (storage_.death_ == "afterStore") die();
+      std::int64_t none = 0;
+      storage_.firstStore.compare_exchange_strong(none, nanoseconds());
+      return outcome;
+    }
+
+   private:
+    ProbeStorage& storage_;
+    const std::unique_ptr<CredentialsReplacement> replacement_;
+  };
+
   const std::shared_ptr<FileCredentialsStorage> storage_;
   const std::string death_;
 };
@@ -109,6 +140,11 @@ class Probe {
           completion(stored && *stored ? Result<OAuth2Credentials>(**stored) : fail(UnwrapError{"nothing is stored"}));
         });
       });
+    } else if (command == "insist") {
+      insist(0);
+    } else if (command == "go") {
+      isHolding = false;
+      isHolding.notify_all();
     } else if (command == "user") {
       user_.fetchUser().finally([](const Result<UserServiceFetchUserResponse>& result) {
         say(result ? "user " + result->user.id : "error " + result.error().typeName());
@@ -120,6 +156,13 @@ class Probe {
   }
 
  private:
+  void insist(int failures) {
+    stack_.builder.oauth2CredentialsService()->getOAuth2Credentials([this, failures](Result<OAuth2Credentials> result) {
+      if (!result) return insist(failures + 1);
+      say("failures " + std::to_string(failures) + "\n" + lineOf(result) + "\ndone 0");
+    });
+  }
+
   // Calls `ask` so often from a few threads at once.
   template <class Ask>
   void gather(int count, const Ask& ask) {
@@ -174,6 +217,7 @@ int run(const std::vector<std::string>& arguments) {
   if (settings.contains("poll")) options.waiting.pollInterval = std::chrono::milliseconds(std::stoi(settings["poll"]));
   if (settings.contains("bound")) options.waiting.bound = std::chrono::milliseconds(std::stoi(settings["bound"]));
 
+  isHolding = settings["hold"] == "sync";
   Probe probe(std::move(options), settings["die"]);
   std::jthread commands([&] {
     for (std::string line; std::getline(std::cin, line);) {
@@ -192,5 +236,15 @@ int run(const std::vector<std::string>& arguments) {
 
 }  // namespace
 }  // namespace lx
+
+// In the place of the system's, so that a moment can be held that lies inside one call of the store.
+extern "C" int fsync(int file) {
+  char start = 0;
+  if (lx::isHolding && pread(file, &start, 1, 0) == 1 && start == '{') {
+    lx::say("syncing");
+    lx::isHolding.wait(true);
+  }
+  return static_cast<int>(syscall(SYS_fsync, file));
+}
 
 int main(int count, char** arguments) { return lx::run({arguments, arguments + count}); }
