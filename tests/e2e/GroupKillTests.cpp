@@ -5,6 +5,7 @@
 #include "LXUtils/System/DarwinNotificationCenter.h"
 
 #include "e2e/Group.h"
+#include "e2e/Rounds.h"
 
 // One of five processes that need a refresh at the same time is killed at a random moment of it, over and over.
 
@@ -14,7 +15,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
-constexpr int rounds = 110;  // of each of the two tests
+constexpr int usualRounds = 110;  // of each of the two tests
 constexpr int survivorCount = 4;
 
 class GroupKill : public GroupTest {
@@ -93,7 +94,7 @@ class GroupKill : public GroupTest {
 TEST_F(GroupKill, NothingIsLostWhenTheServerAnswersALostExchangeAgain) {
   backend->setRefreshGrace(std::chrono::hours(1));
   std::ptrdiff_t victimRequests = 0;
-  for (int round = 0; round < rounds && !HasFailure(); ++round) {
+  for (int round = 0; round < rounds(usualRounds) && !HasFailure(); ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
     const auto old = signInExpired();
     const auto before = backend->journal().count();
@@ -111,7 +112,7 @@ TEST_F(GroupKill, NothingIsLostWhenTheServerAnswersALostExchangeAgain) {
 
 TEST_F(GroupKill, WithoutSuchAServerALossIsATypedErrorAndARequestToLogOut) {
   int logoutsBefore = 0;
-  for (int round = 0; round < rounds && !HasFailure(); ++round) {
+  for (int round = 0; round < rounds(usualRounds) && !HasFailure(); ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
     const auto old = signInExpired();
     const auto before = backend->journal().count();

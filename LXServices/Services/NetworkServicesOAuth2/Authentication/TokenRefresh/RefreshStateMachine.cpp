@@ -216,7 +216,13 @@ void RefreshStateMachine::sendOutsideLock(Epoch epoch, const OAuth2Credentials& 
       log(effects, 4, "Did fail to prepare the store", prepared.error(), "refreshStep(credentials:)");
       return finish(state, effects, fail(prepared.error()), Notification::failure);
     }
-    if (prepared->recovered) return finish(state, effects, *prepared->recovered, Notification::success);
+    if (prepared->recovered) {
+      // The store has moved on to them, and they may need a refresh themselves.
+      if (!followStore(state, effects, RefreshMoment::lockTaken)) {
+        finish(state, effects, *prepared->recovered, Notification::success);
+      }
+      return;
+    }
     state.refresh.replacement = std::move(prepared->replacement);
     isReady = true;
   });
