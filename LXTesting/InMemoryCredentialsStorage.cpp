@@ -31,6 +31,30 @@ Result<std::optional<OAuth2Credentials>> InMemoryCredentialsStorage::loadOAuth2C
   return next ? std::move(next) : load(&Records::credentials);
 }
 
+Result<ReplaceOutcome> InMemoryCredentialsStorage::replaceOAuth2Credentials(const OAuth2Credentials& replaced,
+                                                                            const OAuth2Credentials& credentials) {
+  return state_.withLock([&](State& state) -> Result<ReplaceOutcome> {
+    if (state.loadError) return fail(*state.loadError);
+    auto& stored = state.records.credentials;
+    if (!stored || !haveSameTokens(*stored, replaced)) return ReplaceOutcome::storeHasMovedOn;
+    ++state.credentialStores;
+    if (state.storeError) return fail(*state.storeError);
+    stored = credentials;
+    return ReplaceOutcome::stored;
+  });
+}
+
+Result<PreparedReplacement> InMemoryCredentialsStorage::prepareReplacement(const OAuth2Credentials& replaced) {
+  const auto [error, recovered] = state_.withLock([&](State& state) {
+    auto recoverable = std::exchange(state.recoverable, std::nullopt);
+    if (recoverable) state.records.credentials = recoverable;
+    return std::pair(state.preparationError, std::move(recoverable));
+  });
+  if (error) return fail(*error);
+  if (recovered) return PreparedReplacement{nullptr, recovered};
+  return AuthCredentialsStorage::prepareReplacement(replaced);
+}
+
 Result<void> InMemoryCredentialsStorage::storeLegacyAuthData(const std::optional<UserAuthData>& authData) {
   return store(&Records::legacyAuthData, authData);
 }
@@ -74,6 +98,14 @@ void InMemoryCredentialsStorage::failLoads(std::optional<Error> error) {
 
 void InMemoryCredentialsStorage::failStores(std::optional<Error> error) {
   state_.withLock([&](State& state) { std::swap(state.storeError, error); });
+}
+
+void InMemoryCredentialsStorage::failPreparations(std::optional<Error> error) {
+  state_.withLock([&](State& state) { std::swap(state.preparationError, error); });
+}
+
+void InMemoryCredentialsStorage::recoverNext(OAuth2Credentials credentials) {
+  state_.withLock([&](State& state) { state.recoverable = std::move(credentials); });
 }
 
 }  // namespace lx

@@ -25,6 +25,9 @@ class InMemoryCredentialsStorage final : public AuthCredentialsStorage {
   Result<std::optional<UserAuthData>> loadLegacyAuthData() override;
   Result<void> storeDeviceAuthData(const DeviceAuthData& deviceAuthData) override;
   Result<DeviceAuthData> loadDeviceAuthData() override;
+  Result<ReplaceOutcome> replaceOAuth2Credentials(const OAuth2Credentials& replaced,
+                                                  const OAuth2Credentials& credentials) override;
+  Result<PreparedReplacement> prepareReplacement(const OAuth2Credentials& replaced) override;
   Result<std::optional<UserModel>> currentUser() override;
   std::optional<std::string> trustedDeviceID() const override;
 
@@ -38,9 +41,14 @@ class InMemoryCredentialsStorage final : public AuthCredentialsStorage {
   /// How often credentials were stored.
   std::size_t credentialStores() const;
 
-  /// From now on every load, or every store, fails with the error; none lets them work again.
+  /// From now on every load, store or preparation of a replacement fails with the error; `nullopt` lets them work
+  /// again.
   void failLoads(std::optional<Error> error);
   void failStores(std::optional<Error> error);
+  void failPreparations(std::optional<Error> error);
+
+  /// The next preparation of a replacement stores these credentials and returns them as `recovered`.
+  void recoverNext(OAuth2Credentials credentials);
 
  private:
   struct State {
@@ -49,6 +57,8 @@ class InMemoryCredentialsStorage final : public AuthCredentialsStorage {
     std::optional<OAuth2Credentials> nextLoad;
     std::optional<Error> loadError;
     std::optional<Error> storeError;
+    std::optional<Error> preparationError;
+    std::optional<OAuth2Credentials> recoverable;
   };
 
   template <class Member>

@@ -53,6 +53,8 @@ std::string AtomicFileError::typeName() const {
       return "AtomicFileError.unreadable";
     case Kind::tooLarge:
       return "AtomicFileError.tooLarge";
+    case Kind::busy:
+      return "AtomicFileError.busy";
     case Kind::unwritable:
       break;
   }
@@ -66,6 +68,8 @@ std::string AtomicFileError::description() const {
       return file + " cannot be read" + reason();
     case Kind::tooLarge:
       return file + " is too large to be read";
+    case Kind::busy:
+      return file + " is kept locked by another process";
     case Kind::unwritable:
       break;
   }
@@ -108,62 +112,109 @@ Result<std::optional<AtomicFile::Reading>> AtomicFile::read() const {
   return std::optional(std::move(reading));
 }
 
-// A temporary file is locked by its writer, so that whoever can lock one knows that its writer is dead.
-std::optional<AtomicFile::Temporary> AtomicFile::makeTemporary() const {
+Result<AtomicFile::Draft> AtomicFile::makeDraft(std::size_t reservedSize) const {
   constexpr int attempts = 8;
   for (int i = 0; i < attempts; ++i) {
     std::string path = folder_ + "/." + name_ + "." + std::string(randomPart);
     FileDescriptor file(mkostemp(path.data(), O_CLOEXEC));
-    if (!file.isOpen()) return std::nullopt;
+    if (!file.isOpen()) return failure(Kind::unwritable, errno);
     struct stat status{};
-    // Another process may have taken it for a leftover before it was locked.
-    if (isLocked(file) && fstat(file.get(), &status) == 0 && status.st_nlink > 0) {
-      return Temporary{std::move(file), std::move(path)};
-    }
+    // Another process may have taken it for an abandoned one before it was locked.
+    if (!isLocked(file) || fstat(file.get(), &status) < 0 || status.st_nlink == 0) continue;
+    Draft draft(*this, std::move(file), std::move(path));
+    // The call returns its error. A file system that cannot reserve is not a full one.
+    const int reserved =
+        reservedSize == 0 ? 0 : posix_fallocate(draft.file_.get(), 0, static_cast<off_t>(reservedSize));
+    if (reserved != 0 && reserved != EOPNOTSUPP && reserved != EINVAL) return failure(Kind::unwritable, reserved);
+    return draft;
   }
-  errno = EAGAIN;
-  return std::nullopt;
+  return failure(Kind::unwritable, EAGAIN);
 }
 
-// What writers left behind that were killed: it can hold secrets.
-void AtomicFile::removeLeftovers() const {
+std::vector<std::string> AtomicFile::draftPaths() const {
+  std::vector<std::string> paths;
   const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(folder_.c_str()), closedir);
-  if (!entries) return;
+  if (!entries) return paths;
   const std::string prefix = "." + name_ + ".";
   while (const dirent* const entry = readdir(entries.get())) {
     const std::string_view name = entry->d_name;
-    if (!name.starts_with(prefix) || name.size() != prefix.size() + randomPart.size()) continue;
-    const std::string path = folder_ + "/" + entry->d_name;
-    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
-    if (file.isOpen() && isLocked(file)) unlink(path.c_str());
+    if (name.starts_with(prefix) && name.size() == prefix.size() + randomPart.size()) {
+      paths.push_back(std::string(folder_).append("/").append(name));
+    }
   }
+  return paths;
 }
 
-Result<void> AtomicFile::syncFolder() const {
+std::vector<AtomicFile::Draft> AtomicFile::abandonedDrafts() const {
+  std::vector<Draft> drafts;
+  for (auto& path : draftPaths()) {
+    FileDescriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+    struct stat status{};
+    // It may have been published, and its name removed, since it was found.
+    if (file.isOpen() && isLocked(file) && fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode)) {
+      drafts.push_back(Draft(*this, std::move(file), std::move(path)));
+    }
+  }
+  return drafts;
+}
+
+Result<void> AtomicFile::replace(std::string_view text) const {
+  abandonedDrafts();  // removes them: they are superseded
+  auto draft = makeDraft(0);
+  if (!draft) return fail(draft.error());
+  if (auto written = draft->write(text); !written) return written;
+  if (auto published = draft->publish(); !published) return published;
+  return sync();
+}
+
+Result<void> AtomicFile::remove() const {
+  auto paths = draftPaths();
+  paths.insert(paths.begin(), path_);
+  int reason = 0;
+  for (const auto& path : paths) {
+    if (unlink(path.c_str()) < 0 && errno != ENOENT) reason = errno;
+  }
+  if (reason != 0) return failure(Kind::unwritable, reason);
+  return sync();
+}
+
+Result<void> AtomicFile::sync() const {
   const FileDescriptor folder(open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!folder.isOpen() || fsync(folder.get()) < 0) return failure(Kind::unwritable, errno);
   return {};
 }
 
-Result<void> AtomicFile::replace(std::string_view text) const {
-  removeLeftovers();
-  const auto temporary = makeTemporary();
-  if (!temporary) return failure(Kind::unwritable, errno);
-  if (!writeAll(temporary->file, text) || fsync(temporary->file.get()) < 0 ||
-      rename(temporary->path.c_str(), path_.c_str()) < 0) {
-    const int reason = errno;
-    unlink(temporary->path.c_str());
-    return failure(Kind::unwritable, reason);
-  }
-  return syncFolder();
+AtomicFile::Draft::Draft(const AtomicFile& target, FileDescriptor file, std::string path)
+    : target_(target), file_(std::move(file)), path_(std::move(path)) {}
+
+AtomicFile::Draft::Draft(Draft&& other) noexcept
+    : target_(other.target_), file_(std::move(other.file_)), path_(std::exchange(other.path_, {})) {}
+
+AtomicFile::Draft::~Draft() {
+  if (!path_.empty()) unlink(path_.c_str());
 }
 
-Result<void> AtomicFile::remove() const {
-  if (unlink(path_.c_str()) < 0) {
-    if (errno == ENOENT) return {};
-    return failure(Kind::unwritable, errno);
+Result<void> AtomicFile::Draft::write(std::string_view text) {
+  if (lseek(file_.get(), 0, SEEK_SET) < 0 || !writeAll(file_, text) ||
+      ftruncate(file_.get(), static_cast<off_t>(text.size())) < 0 || fsync(file_.get()) < 0) {
+    return target_.failure(Kind::unwritable, errno);
   }
-  return syncFolder();
+  return {};
+}
+
+Result<std::string> AtomicFile::Draft::read() const {
+  std::string text;
+  if (lseek(file_.get(), 0, SEEK_SET) < 0 || !readAll(file_, target_.maximumSize_ + 1, text)) {
+    return target_.failure(Kind::unreadable, errno);
+  }
+  if (text.size() > target_.maximumSize_) return target_.failure(Kind::tooLarge, EFBIG);
+  return text;
+}
+
+Result<void> AtomicFile::Draft::publish() {
+  if (rename(path_.c_str(), target_.path_.c_str()) < 0) return target_.failure(Kind::unwritable, errno);
+  path_.clear();
+  return {};
 }
 
 }  // namespace lx

@@ -7,13 +7,6 @@
 namespace lx::tool {
 namespace {
 
-/// Keeps what a sign-in gave. A device identifier stays when there is no new one: it belongs to the device.
-Result<void> store(FileCredentialsStorage& storage, const OAuth2AuthDTO& authDTO) {
-  if (const auto stored = storage.storeOAuth2Credentials(authDTO.oauth2Credentials); !stored) return stored;
-  if (!authDTO.deviceAuthData.trustedDeviceID) return {};
-  return storage.storeDeviceAuthData(authDTO.deviceAuthData);
-}
-
 class RequestBodyProvider final : public OAuth2SocialSignonCodeExchangeRequestBodyProvider {
  public:
   explicit RequestBodyProvider(bool google) : google_(google) {}
@@ -51,20 +44,12 @@ Result<SignedIn> exchange(Stack& stack, const SignInOptions& options) {
 Result<SignedIn> signIn(Stack& stack, const SignInOptions& options) {
   auto signedIn = exchange(stack, options);
   if (!signedIn) return signedIn;
-  auto& storage = stack.store();
-  const auto userBefore = storage.currentUser();
-  if (const auto stored = store(storage, signedIn->authDTO); !stored) return fail(stored.error());
-  // Whoever was signed in before is gone with the credentials, whether the new user can be fetched or not.
-  if (const auto forgotten = storage.storeUser(std::nullopt); !forgotten) return fail(forgotten.error());
+  if (const auto stored = stack.store().storeSignIn(signedIn->authDTO); !stored) return fail(stored.error());
   UserServiceOAuth2Impl users(stack.networking().oauth2NetworkService(), stack.environment());
   const auto fetched = stack.await(users.fetchUser());
   if (!fetched) return fail(fetched.error());
   signedIn->user = fetched->user;
-  // What the cookie era left must not sign another user in again.
-  if (!userBefore || !*userBefore || (*userBefore)->id != fetched->user.id) {
-    if (const auto forgotten = storage.storeLegacyAuthData(std::nullopt); !forgotten) return fail(forgotten.error());
-  }
-  if (const auto stored = storage.storeUser(fetched->user); !stored) return fail(stored.error());
+  if (const auto stored = stack.store().storeUser(fetched->user); !stored) return fail(stored.error());
   return signedIn;
 }
 
@@ -86,8 +71,7 @@ Result<void> runAnonymous(const GlobalOptions& global, const Output& output) {
   AnonymousServiceOAuth2Impl service((*stack)->environment(), (*stack)->networking().oauth2LooseNetworkService());
   const auto credentials = (*stack)->await(service.authenticateAnonymous());
   if (!credentials) return fail(credentials.error());
-  if (const auto stored = (*stack)->store().storeOAuth2Credentials(*credentials); !stored) return stored;
-  if (const auto forgotten = (*stack)->store().storeUser(std::nullopt); !forgotten) return forgotten;
+  if (const auto stored = (*stack)->store().storeSignIn({*credentials, {}}); !stored) return stored;
   return output.object([&](ObjectWriter& out) { out.members(*credentials); });
 }
 
@@ -103,7 +87,12 @@ Result<void> runMigrate(const GlobalOptions& global, const Output& output, const
   }
   const auto authDTO = (*stack)->await((*stack)->networking().silentAuthorizationManager()->exchange(authData));
   if (!authDTO) return fail(authDTO.error());
-  if (const auto stored = store((*stack)->store(), *authDTO); !stored) return stored;
+  // The user stays the same one, and the cookie-era data can recover this sign-in, too.
+  auto& storage = (*stack)->store();
+  if (authDTO->deviceAuthData.trustedDeviceID) {
+    if (const auto stored = storage.storeDeviceAuthData(authDTO->deviceAuthData); !stored) return stored;
+  }
+  if (const auto stored = storage.storeOAuth2Credentials(authDTO->oauth2Credentials); !stored) return stored;
   return output.object([&](ObjectWriter& out) { out.members(*authDTO); });
 }
 

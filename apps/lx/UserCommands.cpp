@@ -6,14 +6,6 @@
 namespace lx::tool {
 namespace {
 
-Result<void> forget(FileCredentialsStorage& storage) {
-  for (const auto& forgotten : {storage.storeOAuth2Credentials(std::nullopt), storage.storeLegacyAuthData(std::nullopt),
-                                storage.storeUser(std::nullopt), storage.storeDeviceAuthData(DeviceAuthData::empty)}) {
-    if (!forgotten) return forgotten;
-  }
-  return {};
-}
-
 Task<UserServiceFetchUserResponse> fetch(Stack& stack, const UserOptions& options) {
   const auto networkService = stack.networking().oauth2NetworkService();
   if (!options.version3) return UserServiceOAuth2Impl(networkService, stack.environment()).fetchUser();
@@ -45,7 +37,7 @@ Result<void> runLogout(const GlobalOptions& global, const Output& output, bool l
       return fail(revoked.error());
     }
   }
-  if (const auto forgotten = forget((*stack)->store()); !forgotten) return forgotten;
+  if (const auto signedOut = (*stack)->store().signOut(); !signedOut) return signedOut;
   return output.event([&](ObjectWriter& out) { out.wireMembers(answer); }, "Signed out; the group's store is empty.");
 }
 

@@ -42,7 +42,9 @@ class GroupStore : public GroupTest {
     const auto loaded = store->loadOAuth2Credentials();
     ASSERT_TRUE(loaded) << loaded.error().description();
     EXPECT_EQ(*loaded, expected);
-    if (!expected) EXPECT_THAT(filesWithTokens(), ::testing::IsEmpty());
+    if (!expected) {
+      EXPECT_THAT(filesWithTokens(), ::testing::IsEmpty());
+    }
   }
 
   /// The files of the group that hold a token: their records name it so.

@@ -1,146 +1,103 @@
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/FileCredentialsStorage.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdint>
-#include <mutex>
 #include <utility>
 
 #include <sys/stat.h>
 
-#include "LXUtils/Foundation/Coding.h"
+#include "LXServices/Services/NetworkServicesOAuth2/Authentication/StoredRecordInternal.h"
 #include "LXUtils/Logging/Logger.h"
-#include "LXUtils/System/AtomicFileInternal.h"
+#include "LXUtils/System/FolderLockInternal.h"
 
 namespace lx {
 namespace {
 
-using StorageError = FileCredentialsStorageError;
-
-constexpr std::int64_t currentVersion = 1;
-
-// What every file holds beside its record. A file without a version is of the first.
-struct Header {
-  std::int64_t version = currentVersion;
-};
-
-template <class T>
-struct Stored {
-  Header header;
-  T record;
-};
-
 struct DeviceRecord {
   std::optional<std::string> trustedDeviceID;
+
+  bool operator==(const DeviceRecord&) const = default;
 };
 
 }  // namespace
-
-template <>
-struct Coding<Header> {
-  static constexpr auto fields = std::tuple{defaulted("version", &Header::version)};
-};
-
-template <class T>
-struct Coding<Stored<T>> {
-  static constexpr auto fields = std::tuple{
-      flattened(&Stored<T>::header),
-      flattened(&Stored<T>::record),
-  };
-};
 
 template <>
 struct Coding<DeviceRecord> {
   static constexpr auto fields = std::tuple{field("trustedDeviceID", &DeviceRecord::trustedDeviceID)};
 };
 
-namespace {
-
-template <class T>
-Result<T> decodeStored(const std::string& file, std::string_view text) {
-  const auto malformed = [&](const Error& error) {
-    return fail(StorageError{StorageError::Kind::malformed, file, error.description()});
-  };
-  const auto document = JSONDocument::parseInPlace(text);
-  if (!document) return malformed(document.error());
-  const auto header = decodeJSON<Header>(document->root());
-  if (!header) return malformed(header.error());
-  if (header->version != currentVersion) {
-    return fail(StorageError{StorageError::Kind::unsupportedVersion, file, std::to_string(header->version)});
-  }
-  auto record = decodeJSON<T>(document->root());
-  if (!record) return malformed(record.error());
-  return record;
-}
-
-// One record in its file, with the one that was loaded last.
-template <class T>
-class StoredRecord {
- public:
-  StoredRecord(const std::string& folder, std::string name)
-      : file_(folder, std::move(name), FileCredentialsStorage::maximumFileSize) {}
-
-  Result<std::optional<T>> load() {
-    const std::lock_guard lock(mutex_);
-    if (snapshot_ && file_.isStill(*snapshot_)) return lastLoaded_;
-    snapshot_.reset();
-    auto reading = file_.read();
-    if (!reading) return fail(reading.error());
-    if (!*reading) return std::optional<T>();
-    auto record = decodeStored<T>(file_.name(), (*reading)->text);
-    if (!record) return fail(record.error());
-    snapshot_ = std::move((*reading)->snapshot);
-    lastLoaded_ = std::move(*record);
-    return lastLoaded_;
-  }
-
-  Result<void> store(const std::optional<T>& record) {
-    const std::lock_guard lock(mutex_);
-    return write(record);
-  }
-
-  Result<void> storeUnlessEcho(const std::optional<T>& record) {
-    const std::lock_guard lock(mutex_);
-    if (record && record == lastLoaded_) return {};
-    return write(record);
-  }
-
- private:
-  Result<void> write(const std::optional<T>& record) {
-    Result<void> written;
-    if (record) {
-      const auto text = encodeJSONText(Stored<T>{{}, *record});
-      if (!text) return fail(text.error());
-      written = file_.replace(*text);
-    } else {
-      written = file_.remove();
-    }
-    // What was loaded before an own change may be stored again on purpose.
-    if (written) {
-      snapshot_.reset();
-      lastLoaded_.reset();
-    }
-    return written;
-  }
-
-  std::mutex mutex_;
-  const AtomicFile file_;
-  std::optional<AtomicFile::Snapshot> snapshot_;  // of the file that lastLoaded_ was read from
-  std::optional<T> lastLoaded_;
-};
-
-}  // namespace
-
 struct FileCredentialsStorage::Records {
   explicit Records(const std::string& folder)
-      : credentials(folder, "credentials.json"),
+      : lock(folder),
+        credentials(folder, "credentials.json"),
         user(folder, "user.json"),
         legacy(folder, "legacy.json"),
         device(folder, "device.json") {}
 
+  // Stores a record of the signed-in user or of the device under the lock.
+  template <class T>
+  Result<void> store(StoredRecord<T>& record, const std::optional<T>& value) {
+    const auto guard = lock.acquire();
+    if (!guard) return fail(guard.error());
+    return record.store(value);
+  }
+
+  Result<ReplaceOutcome> publish(AtomicFile::Draft& draft, const OAuth2Credentials& replaced);
+  Result<std::optional<OAuth2Credentials>> recover(const OAuth2Credentials& replaced);
+
+  FolderLock lock;
   StoredRecord<OAuth2Credentials> credentials;
   StoredRecord<UserModel> user;
   StoredRecord<UserAuthData> legacy;
   StoredRecord<DeviceRecord> device;
+};
+
+// Puts the draft, which is on the disk, in the place of `replaced`.
+Result<ReplaceOutcome> FileCredentialsStorage::Records::publish(AtomicFile::Draft& draft,
+                                                                const OAuth2Credentials& replaced) {
+  const auto guard = lock.acquire();
+  if (!guard) return fail(guard.error());
+  const auto current = credentials.load();
+  if (!current) return fail(current.error());
+  if (!*current || !haveSameTokens(**current, replaced)) return ReplaceOutcome::storeHasMovedOn;
+  if (const auto published = credentials.publish(draft); !published) return fail(published.error());
+  return ReplaceOutcome::stored;
+}
+
+// Stores what a dead writer has obtained for `replaced`. All other abandoned drafts are removed.
+Result<std::optional<OAuth2Credentials>> FileCredentialsStorage::Records::recover(const OAuth2Credentials& replaced) {
+  for (auto& draft : credentials.file().abandonedDrafts()) {
+    const auto text = draft.read();
+    const auto stored = text ? credentials.decode(*text) : fail(text.error());
+    if (!stored || stored->header.exchangedFor != digest(replaced)) continue;
+    const auto outcome = publish(draft, replaced);
+    if (!outcome) {
+      draft.abandon();
+      return fail(outcome.error());
+    }
+    if (*outcome == ReplaceOutcome::stored) return stored->record;
+  }
+  return std::nullopt;
+}
+
+class FileCredentialsStorage::Replacement final : public CredentialsReplacement {
+ public:
+  Replacement(Records& records, AtomicFile::Draft draft, OAuth2Credentials replaced)
+      : records_(records), draft_(std::move(draft)), replaced_(std::move(replaced)) {}
+
+  Result<ReplaceOutcome> store(const OAuth2Credentials& credentials) override {
+    const auto text = records_.credentials.encode({{.exchangedFor = digest(replaced_)}, credentials});
+    if (!text) return fail(text.error());
+    if (const auto written = draft_.write(*text); !written) return fail(written.error());
+    auto outcome = records_.publish(draft_, replaced_);
+    if (!outcome) draft_.abandon();
+    return outcome;
+  }
+
+ private:
+  Records& records_;
+  AtomicFile::Draft draft_;
+  const OAuth2Credentials replaced_;
 };
 
 std::string FileCredentialsStorageError::typeName() const {
@@ -164,6 +121,8 @@ Result<std::shared_ptr<FileCredentialsStorage>> FileCredentialsStorage::make(con
 }
 
 Result<void> FileCredentialsStorage::storeOAuth2Credentials(const std::optional<OAuth2Credentials>& credentials) {
+  const auto guard = records_->lock.acquire();
+  if (!guard) return fail(guard.error());
   return records_->credentials.storeUnlessEcho(credentials);
 }
 
@@ -171,14 +130,60 @@ Result<std::optional<OAuth2Credentials>> FileCredentialsStorage::loadOAuth2Crede
   return records_->credentials.load();
 }
 
+Result<ReplaceOutcome> FileCredentialsStorage::replaceOAuth2Credentials(const OAuth2Credentials& replaced,
+                                                                        const OAuth2Credentials& credentials) {
+  const auto current = records_->credentials.load();
+  if (!current) return fail(current.error());
+  if (!*current || !haveSameTokens(**current, replaced)) return ReplaceOutcome::storeHasMovedOn;
+  if (**current == credentials) return ReplaceOutcome::stored;
+  auto prepared = prepareReplacement(replaced);
+  if (!prepared) return fail(prepared.error());
+  return prepared->recovered ? ReplaceOutcome::storeHasMovedOn : prepared->replacement->store(credentials);
+}
+
+Result<PreparedReplacement> FileCredentialsStorage::prepareReplacement(const OAuth2Credentials& replaced) {
+  auto recovered = records_->recover(replaced);
+  if (!recovered) return fail(recovered.error());
+  if (*recovered) return PreparedReplacement{nullptr, *std::move(recovered)};
+  // Twice the size of the pair to replace: as a rule the next one is as long.
+  constexpr std::size_t headerSize = 1024;
+  auto draft = records_->credentials.file().makeDraft(headerSize +
+                                                      2 * (replaced.accessToken.size() + replaced.refreshToken.size()));
+  if (!draft) return fail(draft.error());
+  return PreparedReplacement{std::make_unique<Replacement>(*records_, *std::move(draft), replaced), std::nullopt};
+}
+
+Result<void> FileCredentialsStorage::storeSignIn(const OAuth2AuthDTO& signIn) {
+  const auto guard = records_->lock.acquire();
+  if (!guard) return fail(guard.error());
+  // On the disk before the new credentials are: each store waits for its own.
+  if (const auto forgotten = records_->user.store(std::nullopt); !forgotten) return forgotten;
+  if (const auto forgotten = records_->legacy.store(std::nullopt); !forgotten) return forgotten;
+  if (const auto& device = signIn.deviceAuthData.trustedDeviceID) {
+    if (const auto stored = records_->device.store(DeviceRecord{device}); !stored) return stored;
+  }
+  return records_->credentials.store(signIn.oauth2Credentials);
+}
+
+Result<void> FileCredentialsStorage::signOut() {
+  const auto guard = records_->lock.acquire();
+  if (!guard) return fail(guard.error());
+  Result<void> outcome;
+  for (auto& removed : {records_->credentials.store(std::nullopt), records_->legacy.store(std::nullopt),
+                        records_->user.store(std::nullopt), records_->device.store(std::nullopt)}) {
+    if (outcome && !removed) outcome = removed;
+  }
+  return outcome;
+}
+
 Result<void> FileCredentialsStorage::storeLegacyAuthData(const std::optional<UserAuthData>& authData) {
-  return records_->legacy.store(authData);
+  return records_->store(records_->legacy, authData);
 }
 
 Result<std::optional<UserAuthData>> FileCredentialsStorage::loadLegacyAuthData() { return records_->legacy.load(); }
 
 Result<void> FileCredentialsStorage::storeDeviceAuthData(const DeviceAuthData& deviceAuthData) {
-  return records_->device.store(DeviceRecord{deviceAuthData.trustedDeviceID});
+  return records_->store(records_->device, std::optional(DeviceRecord{deviceAuthData.trustedDeviceID}));
 }
 
 Result<DeviceAuthData> FileCredentialsStorage::loadDeviceAuthData() {
@@ -188,7 +193,7 @@ Result<DeviceAuthData> FileCredentialsStorage::loadDeviceAuthData() {
 }
 
 Result<void> FileCredentialsStorage::storeUser(const std::optional<UserModel>& user) {
-  return records_->user.store(user);
+  return records_->store(records_->user, user);
 }
 
 Result<std::optional<UserModel>> FileCredentialsStorage::currentUser() { return records_->user.load(); }

@@ -27,6 +27,9 @@ struct OAuth2Credentials {
   bool operator==(const OAuth2Credentials&) const = default;
 };
 
+/// A digest of all three fields, which reveals none of them: URL-safe base64 of SHA-256, 43 characters.
+std::string digest(const OAuth2Credentials& credentials);
+
 /// True if both tokens are equal: no refresh lies between the two, whatever their expiration dates say.
 bool haveSameTokens(const OAuth2Credentials& a, const OAuth2Credentials& b);
 

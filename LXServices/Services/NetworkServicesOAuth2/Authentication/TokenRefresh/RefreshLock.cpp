@@ -3,9 +3,6 @@
 #include <utility>
 
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefresh/RefreshLockInternal.h"
-#include "LXUtils/Foundation/Base64.h"
-#include "LXUtils/Foundation/Data.h"
-#include "LXUtils/Foundation/Digest.h"
 #include "LXUtils/Foundation/PercentEncoding.h"
 
 namespace lx {
@@ -18,13 +15,7 @@ constexpr std::string_view refreshingNote = "refreshing\n";
 // A process that was suspended for a while may come with credentials of some refreshes ago.
 constexpr std::size_t rememberedExchanges = 5;
 
-// A token holds no NUL, so that the fields cannot run into each other.
-std::string exchangeNote(const OAuth2Credentials& credentials) {
-  std::string text = credentials.accessToken;
-  text.append(1, '\0').append(credentials.refreshToken);
-  text.append(1, '\0').append(std::to_string(credentials.expirationDate.time_since_epoch().count()));
-  return urlSafeBase64EncodedString(sha256(dataOf(text))) + "\n";
-}
+std::string exchangeNote(const OAuth2Credentials& credentials) { return digest(credentials) + "\n"; }
 
 std::string_view exchangesIn(std::string_view notes) {
   if (notes.starts_with(refreshingNote)) notes.remove_prefix(refreshingNote.size());

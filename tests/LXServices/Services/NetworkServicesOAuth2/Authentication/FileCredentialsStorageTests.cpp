@@ -15,6 +15,7 @@
 namespace lx {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::UnorderedElementsAre;
@@ -28,6 +29,11 @@ struct CredentialsStores : testing::Test {
   std::shared_ptr<FileCredentialsStorage> make() const { return FileCredentialsStorage::make(folder).value(); }
   std::string file(const std::string& name) const { return folder + "/" + name; }
   void write(const std::string& name, std::string_view text) const { std::ofstream(file(name)) << text; }
+  std::vector<std::string> files() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
+    return names;
+  }
 
   const TemporaryFolder parent;
   const std::string folder = parent.file("group");
@@ -51,12 +57,10 @@ TEST_F(CredentialsStores, ShareEveryRecord) {
   EXPECT_EQ(mine->trustedDeviceID(), "device");
   EXPECT_EQ(mine->currentUser().value(), UserModel::example().withAuth(UserAuthData::empty));
 
-  std::vector<std::string> files;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    files.push_back(entry.path().filename());
     EXPECT_EQ(entry.status().permissions(), std::filesystem::perms(0600)) << entry;
   }
-  EXPECT_THAT(files, UnorderedElementsAre("credentials.json", "legacy.json", "device.json", "user.json"));
+  EXPECT_THAT(files(), UnorderedElementsAre("credentials.json", "legacy.json", "device.json", "user.json", ".lock"));
   EXPECT_EQ(std::filesystem::status(folder).permissions(), std::filesystem::perms(0700));
 
   ASSERT_TRUE(theirs->storeOAuth2Credentials(std::nullopt));
@@ -80,11 +84,81 @@ TEST_F(CredentialsStores, DropEchoes) {
   EXPECT_TRUE(mine->storeOAuth2Credentials(credentials("1")));
   EXPECT_EQ(theirs->loadOAuth2Credentials().value(), credentials("2"));
 
+  // Nothing newer is lost where the file is gone.
   ASSERT_EQ(mine->loadOAuth2Credentials().value(), credentials("2"));
   ASSERT_TRUE(theirs->storeOAuth2Credentials(std::nullopt));
-  ASSERT_EQ(mine->loadOAuth2Credentials().value(), std::nullopt);
   EXPECT_TRUE(mine->storeOAuth2Credentials(credentials("2")));
-  EXPECT_EQ(theirs->loadOAuth2Credentials().value(), std::nullopt) << "a sign-out was undone";
+  EXPECT_EQ(theirs->loadOAuth2Credentials().value(), credentials("2"));
+}
+
+TEST_F(CredentialsStores, ReplaceOnlyWhatTheyStillHold) {
+  ASSERT_TRUE(mine->storeOAuth2Credentials(credentials("1")));
+  EXPECT_EQ(mine->replaceOAuth2Credentials(credentials("1"), credentials("1")), ReplaceOutcome::stored);
+  auto early = mine->prepareReplacement(credentials("1")).value();
+  auto late = theirs->prepareReplacement(credentials("1")).value();
+  EXPECT_EQ(early.replacement->store(credentials("2")), ReplaceOutcome::stored);
+  EXPECT_EQ(late.replacement->store(credentials("3")), ReplaceOutcome::storeHasMovedOn);
+  EXPECT_EQ(theirs->replaceOAuth2Credentials(credentials("1"), credentials("3")), ReplaceOutcome::storeHasMovedOn);
+  EXPECT_EQ(theirs->loadOAuth2Credentials().value(), credentials("2"));
+
+  auto signedOut = mine->prepareReplacement(credentials("2")).value();
+  ASSERT_TRUE(theirs->signOut());
+  EXPECT_THAT(files(), ElementsAre(".lock"));
+  EXPECT_EQ(signedOut.replacement->store(credentials("4")), ReplaceOutcome::storeHasMovedOn);
+
+  write("credentials.json", R"({"version":2})");
+  EXPECT_FALSE(signedOut.replacement->store(credentials("4")));
+  EXPECT_FALSE(mine->replaceOAuth2Credentials(credentials("2"), credentials("4")));
+  EXPECT_FALSE(mine->loadOAuth2Credentials()) << "of a later version, and still there";
+}
+
+TEST_F(CredentialsStores, RecoverOnceWhatAKilledWriterHadObtainedForTheStoredPair) {
+  ASSERT_TRUE(mine->storeOAuth2Credentials(credentials("1")));
+  const auto draft = [](const std::string& name, const std::string& exchangedFor) {
+    return R"({"version":1,"exchangedFor":")" + digest(credentials(exchangedFor)) + R"(","accessToken":"access-)" +
+           name + R"(","refreshToken":"refresh-)" + name + R"(","expirationDate":721692800.123457})";
+  };
+  write(".credentials.json.cutoff", draft("2", "1").substr(0, 150));
+  write(".credentials.json.former", draft("3", "0"));
+  EXPECT_EQ(mine->prepareReplacement(credentials("1")).value().recovered, std::nullopt);
+  EXPECT_THAT(files(), UnorderedElementsAre(".lock", "credentials.json"));
+
+  write(".credentials.json.killed", draft("2", "1"));
+  EXPECT_EQ(mine->prepareReplacement(credentials("1")).value().recovered, credentials("2"));
+  EXPECT_EQ(theirs->loadOAuth2Credentials().value(), credentials("2"));
+  EXPECT_EQ(theirs->prepareReplacement(credentials("2")).value().recovered, std::nullopt);
+}
+
+TEST_F(CredentialsStores, KeepOnTheDiskWhatTheyCouldNotPublish) {
+  ASSERT_TRUE(mine->storeOAuth2Credentials(credentials("1")));
+  auto prepared = mine->prepareReplacement(credentials("1")).value();
+  std::filesystem::rename(file("credentials.json"), parent.file("aside"));
+  std::filesystem::create_directory(file("credentials.json"));
+  EXPECT_FALSE(prepared.replacement->store(credentials("2")));
+  prepared.replacement.reset();
+  std::filesystem::remove(file("credentials.json"));
+  std::filesystem::rename(parent.file("aside"), file("credentials.json"));
+  EXPECT_EQ(theirs->prepareReplacement(credentials("1")).value().recovered, credentials("2"));
+}
+
+TEST_F(CredentialsStores, ForgetTheFormerUserBeforeTheyStoreANewSignIn) {
+  ASSERT_TRUE(mine->storeSignIn({credentials("1"), {"device"}}));
+  ASSERT_TRUE(mine->storeUser(UserModel::example()));
+  ASSERT_TRUE(mine->storeLegacyAuthData(UserAuthData{"lxauth", {}, {}}));
+  // A sign-in that cannot forget the former user stores nothing.
+  std::filesystem::remove(file("legacy.json"));
+  std::filesystem::create_directory(file("legacy.json"));
+  EXPECT_FALSE(mine->storeSignIn({credentials("2"), {}}));
+  EXPECT_EQ(mine->loadOAuth2Credentials().value(), credentials("1"));
+  EXPECT_EQ(mine->currentUser().value(), std::nullopt);
+
+  // A sign-out goes on past it.
+  EXPECT_THAT(mine->signOut().error().description(), HasSubstr("legacy.json"));
+  EXPECT_THAT(files(), UnorderedElementsAre(".lock", "legacy.json"));
+  std::filesystem::remove(file("legacy.json"));
+  ASSERT_TRUE(mine->storeSignIn({credentials("2"), {"device"}}));
+  ASSERT_TRUE(mine->storeSignIn({credentials("3"), {}}));
+  EXPECT_EQ(mine->trustedDeviceID(), "device");
 }
 
 TEST_F(CredentialsStores, TakeBackWhatTheyHadLoadedAfterAnOwnChange) {
