@@ -55,12 +55,16 @@ struct FileCredentialsStorage::Records {
 // Puts the draft, which is on the disk, in the place of `replaced`.
 Result<ReplaceOutcome> FileCredentialsStorage::Records::publish(AtomicFile::Draft& draft,
                                                                 const OAuth2Credentials& replaced) {
-  const auto guard = lock.acquire();
-  if (!guard) return fail(guard.error());
-  const auto current = credentials.load();
-  if (!current) return fail(current.error());
-  if (!*current || !haveSameTokens(**current, replaced)) return ReplaceOutcome::storeHasMovedOn;
-  if (const auto published = credentials.publish(draft); !published) return fail(published.error());
+  {
+    const auto guard = lock.acquire();
+    if (!guard) return fail(guard.error());
+    const auto current = credentials.load();
+    if (!current) return fail(current.error());
+    if (!*current || !haveSameTokens(**current, replaced)) return ReplaceOutcome::storeHasMovedOn;
+    if (const auto published = credentials.publish(draft); !published) return fail(published.error());
+  }
+  // Without the lock: a process that is stopped here keeps nobody waiting.
+  if (const auto synced = credentials.file().sync(); !synced) return fail(synced.error());
   return ReplaceOutcome::stored;
 }
 

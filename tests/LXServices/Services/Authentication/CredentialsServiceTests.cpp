@@ -199,6 +199,38 @@ TEST_F(CredentialsService, AnInvalidRefreshTokenAndAStoreThatCannotBeReadAreNoRe
   EXPECT_EQ(stack.events.count("logout"), 0U);
 }
 
+TEST_F(CredentialsService, AnInvalidRefreshTokenThatTheStoreNoLongerHoldsIsNoReasonToSignOut) {
+  stack.keepExpiring();
+  stack.get("first");
+  ASSERT_TRUE(stack.happens("request refresh-old"));
+  stack.keep(stack.tokens("theirs"));
+  ASSERT_TRUE(stack.answers(0, fail(CredentialsStack::invalidRefreshToken())));
+  ASSERT_TRUE(stack.happens("get first access-theirs"));
+
+  stack.keepExpiring();
+  stack.get("second");
+  ASSERT_TRUE(stack.happens("request refresh-old", 2));
+  stack.keep(stack.tokens("expiring", std::chrono::seconds(10)));
+  ASSERT_TRUE(stack.answers(1, fail(CredentialsStack::invalidRefreshToken())));
+  ASSERT_TRUE(stack.happens("request refresh-expiring"));
+  ASSERT_TRUE(stack.answers(2, stack.tokens("new")));
+  ASSERT_TRUE(stack.happens("get second access-new"));
+  EXPECT_EQ(stack.events.count("logout"), 0U);
+}
+
+TEST_F(CredentialsService, SpendsNoRefreshTokenIfTheStoreCannotBeWrittenOrRecoversAPair) {
+  stack.keepExpiring();
+  stack.store->failPreparations(UnwrapError{"disk full"});
+  stack.get("first");
+  ASSERT_TRUE(stack.happens("get first Optional.Error"));
+  ASSERT_TRUE(stack.posts("Failure", 1));
+  stack.store->failPreparations(std::nullopt);
+  stack.store->recoverNext(stack.tokens("recovered"));
+  stack.get("second");
+  ASSERT_TRUE(stack.happens("get second access-recovered"));
+  EXPECT_EQ(events({"request"}).size(), 0U);
+}
+
 TEST_F(CredentialsService, RevokingCancelsTheRefreshForGood) {
   stack.keepExpiring();
   stack.get("caller");
