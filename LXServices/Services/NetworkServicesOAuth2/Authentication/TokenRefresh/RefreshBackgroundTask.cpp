@@ -24,7 +24,10 @@ void RefreshBackgroundTask::begin(const std::shared_ptr<RefreshBackgroundTask>& 
 }
 
 void RefreshBackgroundTask::end() {
-  const auto identifier = state_.withLock([](State& state) { return std::exchange(state.identifier, std::nullopt); });
+  const auto identifier = state_.withLock([](State& state) {
+    state.hasEnded = true;
+    return std::exchange(state.identifier, std::nullopt);
+  });
   if (identifier) {
     executor_->endBackgroundTask(*identifier);
   } else {
@@ -33,11 +36,14 @@ void RefreshBackgroundTask::end() {
 }
 
 void RefreshBackgroundTask::expire() {
-  logger_.log(4, "Background Refresh Task has reached timeout", "refreshStep(credentials:)");
-  const auto identifier = state_.withLock([](State& state) {
+  std::optional<BackgroundExecutor::Identifier> identifier;
+  const bool hasEnded = state_.withLock([&](State& state) {
     state.hasExpired = true;
-    return std::exchange(state.identifier, std::nullopt);
+    identifier = std::exchange(state.identifier, std::nullopt);
+    return state.hasEnded;
   });
+  if (hasEnded) return;
+  logger_.log(4, "Background Refresh Task has reached timeout", "refreshStep(credentials:)");
   if (identifier) executor_->endBackgroundTask(*identifier);
 }
 

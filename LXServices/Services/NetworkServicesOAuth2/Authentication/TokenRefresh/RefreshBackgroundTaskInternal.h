@@ -28,6 +28,7 @@ class RefreshBackgroundTask {
   struct State {
     std::optional<BackgroundExecutor::Identifier> identifier;
     bool hasExpired = false;
+    bool hasEnded = false;
   };
 
   void expire();
