@@ -5,7 +5,8 @@
 
 namespace lx {
 
-ScriptedURLSession::ScriptedURLSession(Script script) : script_(std::move(script)) {}
+ScriptedURLSession::ScriptedURLSession(Script script, std::optional<std::chrono::milliseconds> callTimeout)
+    : script_(std::move(script)), callTimeout_(callTimeout) {}
 
 std::shared_ptr<ScriptedURLSession> ScriptedURLSession::answering(std::vector<Result<NetworkResponse>> answers) {
   return std::make_shared<ScriptedURLSession>([answers = std::move(answers)](const URLRequest&, std::size_t position) {

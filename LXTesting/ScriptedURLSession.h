@@ -17,17 +17,19 @@ class ScriptedURLSession final : public URLSession {
 
   /// `script` is called with each request and its position in the order of sending, counted from 0. A task that it
   /// leaves uncompleted is a request on its way.
-  explicit ScriptedURLSession(Script script);
+  explicit ScriptedURLSession(Script script, std::optional<std::chrono::milliseconds> callTimeout = std::nullopt);
 
   /// Answers the requests one after the other, and those after the last answer like the last.
   static std::shared_ptr<ScriptedURLSession> answering(std::vector<Result<NetworkResponse>> answers);
 
   Task<NetworkResponse> send(URLRequest request) override;
+  std::optional<std::chrono::milliseconds> callTimeout() const override { return callTimeout_; }
 
   std::vector<URLRequest> requests() const;
 
  private:
   const Script script_;
+  const std::optional<std::chrono::milliseconds> callTimeout_;
   Protected<std::vector<URLRequest>> requests_;
 };
 

@@ -6,10 +6,13 @@
 namespace lx {
 
 std::shared_ptr<CurlURLSession> CurlURLSession::make(URLSessionConfiguration configuration) {
-  return std::shared_ptr<CurlURLSession>(new CurlURLSession(std::make_shared<CurlEngine>(std::move(configuration))));
+  const auto callTimeout = configuration.callTimeout;
+  return std::shared_ptr<CurlURLSession>(
+      new CurlURLSession(std::make_shared<CurlEngine>(std::move(configuration)), callTimeout));
 }
 
-CurlURLSession::CurlURLSession(std::shared_ptr<CurlEngine> engine) : engine_(std::move(engine)) {}
+CurlURLSession::CurlURLSession(std::shared_ptr<CurlEngine> engine, std::optional<std::chrono::milliseconds> callTimeout)
+    : engine_(std::move(engine)), callTimeout_(callTimeout) {}
 
 CurlURLSession::~CurlURLSession() { engine_->close(); }
 

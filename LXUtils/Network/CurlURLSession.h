@@ -33,10 +33,13 @@ class CurlURLSession final : public URLSession {
   /// CR, LF or NUL or with a name that is no token) fails before this returns.
   Task<NetworkResponse> send(URLRequest request) override;
 
- private:
-  explicit CurlURLSession(std::shared_ptr<CurlEngine> engine);
+  std::optional<std::chrono::milliseconds> callTimeout() const override { return callTimeout_; }
 
-  std::shared_ptr<CurlEngine> engine_;
+ private:
+  CurlURLSession(std::shared_ptr<CurlEngine> engine, std::optional<std::chrono::milliseconds> callTimeout);
+
+  const std::shared_ptr<CurlEngine> engine_;
+  const std::optional<std::chrono::milliseconds> callTimeout_;
 };
 
 }  // namespace lx

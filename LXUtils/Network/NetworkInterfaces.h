@@ -25,15 +25,13 @@ class RequestAuthorizerHeadersProvider {
   virtual bool hasAuthHeaders() const = 0;
 };
 
-/// Decides about each outcome of a request. Any thread.
+/// Decides about each outcome of a request. What it keeps for a request is keyed by the request's identity, held
+/// weakly, so that it can be dropped once the call has ended. Any thread.
 class RetryPolicy {
  public:
   virtual ~RetryPolicy() = default;
   virtual RetryAction resolveRetryAction(const URLRequest& request, const NetworkResponse& networkResponse) const = 0;
   virtual RetryAction resolveRetryAction(const URLRequest& request, const Error& error) const = 0;
-
-  /// The call of that identity is over, however it ended: nothing about it needs to be kept.
-  virtual void callDidEnd(const RequestIdentity& identity) const = 0;
 };
 
 /// Sees every outcome of a network service's requests and completes with what the caller is to get, perhaps after
@@ -45,9 +43,6 @@ class RequestRetrier {
                              Completion<NetworkResponse> completion) = 0;
   virtual void retryIfNeeded(const QueueRef& queue, URLRequest request, const Error& error,
                              Completion<NetworkResponse> completion) = 0;
-
-  /// The call of that identity is over, however it ended. Any thread.
-  virtual void callDidEnd(const RequestIdentity& identity) = 0;
 };
 
 }  // namespace lx

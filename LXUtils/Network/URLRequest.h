@@ -11,15 +11,15 @@
 
 namespace lx {
 
-/// What tells one call from another that sends an equal request: signing and retrying keep it. It also knows whether
-/// anybody still waits for the call.
-class RequestIdentity {
+/// Tells one call from another that sends an equal request. All copies of a call's request share it: signing and
+/// retrying keep it. Any thread.
+class RequestIdentity final {
  public:
-  virtual ~RequestIdentity() = default;
-
   /// True once the call was answered or cancelled: nothing more is worth sending for it.
   bool hasEnded() const { return ended_; }
-  void end() { ended_ = true; }
+
+  /// Marks the call as ended. Returns false if it had ended before.
+  bool end() { return !ended_.exchange(true); }
 
  private:
   std::atomic<bool> ended_{false};

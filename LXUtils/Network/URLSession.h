@@ -1,5 +1,9 @@
 #pragma once
 
+#include <chrono>
+#include <optional>
+#include <string>
+
 #include "LXUtils/Concurrency/Task.h"
 #include "LXUtils/Network/NetworkResponse.h"
 #include "LXUtils/Network/URLRequest.h"
@@ -37,6 +41,10 @@ class URLSession {
 
   /// Sends the request as it is. A response of any status is a value; an error is a URLSessionError.
   virtual Task<NetworkResponse> send(URLRequest request) = 0;
+
+  /// The longest that a network service's call on this session may take: all attempts, refreshes and delays included.
+  /// `nullopt` for no bound.
+  virtual std::optional<std::chrono::milliseconds> callTimeout() const { return std::nullopt; }
 };
 
 }  // namespace lx

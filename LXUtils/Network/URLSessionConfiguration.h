@@ -15,6 +15,10 @@ struct URLSessionConfiguration {
   /// The longest that a whole exchange may take, redirects included. A request's own time-out wins.
   std::chrono::milliseconds timeout = std::chrono::seconds(60);
 
+  /// The longest that a whole call of a network service may take, all attempts, refreshes and delays included. Then the
+  /// call fails with URLSessionError timedOut. No bound if absent.
+  std::optional<std::chrono::milliseconds> callTimeout = std::nullopt;
+
   /// The longest that making one connection may take, the TLS handshake included.
   std::chrono::milliseconds connectTimeout = std::chrono::seconds(15);
 

@@ -30,7 +30,7 @@ OAuth2NetworkingBuilderImpl::OAuth2NetworkingBuilderImpl(
   headersProviderOAuth2_ =
       std::make_shared<HeadersProviderOAuth2Impl>(appService, backendEnvironment, std::move(lexiconiaEnrollmentToken));
   const auto looseAuthorizer = std::make_shared<LooseRequestAuthorizer>(headersProviderOAuth2_, Logger::oauth2);
-  oauth2LooseNetworkService_ = NetworkServiceImpl::make(urlSession, looseAuthorizer, main, Logger::network);
+  oauth2LooseNetworkService_ = NetworkServiceImpl::make(urlSession, looseAuthorizer, main, Logger::network, clock);
   tokenRefreshServiceOAuth2_ =
       std::make_shared<TokenRefreshServiceOAuth2Impl>(backendEnvironment, oauth2LooseNetworkService_, clock);
   const auto backgroundExecutor = std::make_shared<BackgroundExecutorExtension>();
@@ -38,10 +38,10 @@ OAuth2NetworkingBuilderImpl::OAuth2NetworkingBuilderImpl(
       authCredentialsStorage, tokenRefreshServiceOAuth2_, tokenRefreshLockFileURL, backgroundExecutor, waiting, clock);
   requestSignerOAuth2_ = std::make_shared<URLRequestSignerOAuth2Impl>(headersProviderOAuth2_);
   oauth2RequestAuthorizer_ = OAuth2RequestAuthorizer::make(oauth2CredentialsService_, requestSignerOAuth2_);
-  oauth2NetworkService_ = NetworkServiceImpl::make(urlSession, oauth2RequestAuthorizer_, main, Logger::network);
+  oauth2NetworkService_ = NetworkServiceImpl::make(urlSession, oauth2RequestAuthorizer_, main, Logger::network, clock);
   migrationServiceOAuth2_ = std::make_shared<MigrationServiceOAuth2Impl>(oauth2LooseNetworkService_, backendEnvironment,
                                                                          appService->clientVersion());
-  const auto signInNetworkService = NetworkServiceImpl::make(urlSession, looseAuthorizer, main, Logger::network);
+  const auto signInNetworkService = NetworkServiceImpl::make(urlSession, looseAuthorizer, main, Logger::network, clock);
   authenticationServiceOAuth2_ = std::make_shared<AuthenticationServiceOAuth2Impl>(
       signInNetworkService, oauth2LooseNetworkService_, backendEnvironment, clock);
   silentAuthorizationManager_ = std::make_shared<SilentAuthorizationManagerOAuth2Impl>(

@@ -1,15 +1,20 @@
 #include "LXServices/Services/NetworkServicesOAuth2/Core/RequestRetrierImpl.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
+#include "LXServices/Services/NetworkServicesOAuth2/Core/URLRequestSignerOAuth2.h"
 #include "LXUtils/Foundation/Overloaded.h"
 
 namespace lx {
 namespace {
 
+// A policy can return any number.
 Clock::Duration delayOf(const RetryDescriptor& descriptor) {
-  return std::chrono::duration_cast<Clock::Duration>(std::chrono::duration<double>(descriptor.delay));
+  constexpr std::chrono::duration<double> longest = std::chrono::years(100);
+  const std::chrono::duration<double> delay(descriptor.delay > 0 ? descriptor.delay : 0);
+  return std::chrono::duration_cast<Clock::Duration>(std::min(delay, longest));
 }
 
 // Nobody waits for an ended call any more, so that neither a refresh nor a resend is worth its cost.
@@ -17,18 +22,20 @@ bool isAbandoned(const URLRequest& request) { return request.identity && request
 
 void refreshThenSend(OAuth2CredentialsRefresher& refresher, std::weak_ptr<NetworkService> networkService,
                      const QueueRef& queue, URLRequest request, Completion<NetworkResponse> completion) {
-  refresher.refreshOAuth2Credentials([networkService = std::move(networkService), queue, request = std::move(request),
-                                      completion = std::move(completion)](Result<void> refreshed) mutable {
-    if (!refreshed) {
-      // The refresher answers on a queue of its own.
-      return queue->async([completion = std::move(completion), error = refreshed.error()]() mutable {
-        completion(fail(std::move(error)));
+  const std::string rejectedToken = signedAccessToken(request);
+  refresher.refreshRejectedOAuth2Credentials(
+      rejectedToken, [networkService = std::move(networkService), queue, request = std::move(request),
+                      completion = std::move(completion)](Result<void> refreshed) mutable {
+        if (!refreshed) {
+          // The refresher answers on a queue of its own.
+          return queue->async([completion = std::move(completion), error = refreshed.error()]() mutable {
+            completion(fail(std::move(error)));
+          });
+        }
+        if (const auto service = networkService.lock()) {
+          service->authorizeAndLoad(std::move(request), std::move(completion));
+        }
       });
-    }
-    if (const auto service = networkService.lock()) {
-      service->authorizeAndLoad(std::move(request), std::move(completion));
-    }
-  });
 }
 
 }  // namespace
@@ -57,8 +64,6 @@ void RequestRetrierImpl::retryIfNeeded(const QueueRef& queue, URLRequest request
   logRetry(action, "retryIfNeeded(on:request:error:completion:)");
   carryOut(std::move(action), queue, std::move(request), std::move(completion));
 }
-
-void RequestRetrierImpl::callDidEnd(const RequestIdentity& identity) { retryPolicy_->callDidEnd(identity); }
 
 void RequestRetrierImpl::carryOut(RetryAction action, const QueueRef& queue, URLRequest request,
                                   Completion<NetworkResponse> completion) {

@@ -11,10 +11,12 @@
 namespace lx {
 
 /// Carries out what its policy decides about each outcome of a request: gives it back, sends the signed request again
-/// after a delay, or refreshes the credentials after a delay and then has the request signed and sent again.
+/// after a delay, or refreshes the credentials after a delay and then has the request signed and sent again. If the
+/// credentials have been replaced since the request was signed, it is signed and sent again without a refresh.
 ///
-/// Network service and credentials refresher are held weakly: when one is gone by the time its turn comes, the
-/// completion is let go of uncalled. Delays run on the queue that comes with the outcome.
+/// Network service and credentials refresher are held weakly: if one is gone when it is needed, the completion is
+/// destroyed without being called, which cancels the call. Delays run on the queue that comes with the outcome; a
+/// negative delay or NaN counts as 0, one beyond a century as a century.
 class RequestRetrierImpl final : public RequestRetrier {
  public:
   explicit RequestRetrierImpl(std::shared_ptr<const RetryPolicy> retryPolicy,
@@ -27,7 +29,6 @@ class RequestRetrierImpl final : public RequestRetrier {
                      Completion<NetworkResponse> completion) override;
   void retryIfNeeded(const QueueRef& queue, URLRequest request, const Error& error,
                      Completion<NetworkResponse> completion) override;
-  void callDidEnd(const RequestIdentity& identity) override;
 
  private:
   struct Collaborators {

@@ -39,8 +39,6 @@ RetryAction LooseRetryPolicy::resolveRetryAction(const URLRequest& request, cons
   return retryAfterError(*progressionManager_, request, error);
 }
 
-void LooseRetryPolicy::callDidEnd(const RequestIdentity& identity) const { progressionManager_->forget(identity); }
-
 OAuth2RetryPolicy::OAuth2RetryPolicy(LooseRetryPolicy looseRetryPolicy,
                                      std::shared_ptr<RetryProgressionManager> progressionManager)
     : looseRetryPolicy_(std::move(looseRetryPolicy)), progressionManager_(std::move(progressionManager)) {}
@@ -66,11 +64,6 @@ RetryAction OAuth2RetryPolicy::resolveRetryAction(const URLRequest& request, con
   return retryAfterError(*progressionManager_, request, error);
 }
 
-void OAuth2RetryPolicy::callDidEnd(const RequestIdentity& identity) const {
-  looseRetryPolicy_.callDidEnd(identity);
-  progressionManager_->forget(identity);
-}
-
 AuthenticationServiceOAuth2RetryPolicy::AuthenticationServiceOAuth2RetryPolicy(
     std::shared_ptr<const RetryPolicy> childRetryPolicy)
     : childRetryPolicy_(std::move(childRetryPolicy)) {}
@@ -87,10 +80,6 @@ RetryAction AuthenticationServiceOAuth2RetryPolicy::resolveRetryAction(const URL
 RetryAction AuthenticationServiceOAuth2RetryPolicy::resolveRetryAction(const URLRequest& request,
                                                                        const Error& error) const {
   return childRetryPolicy_->resolveRetryAction(request, error);
-}
-
-void AuthenticationServiceOAuth2RetryPolicy::callDidEnd(const RequestIdentity& identity) const {
-  childRetryPolicy_->callDidEnd(identity);
 }
 
 }  // namespace lx

@@ -14,7 +14,6 @@ class LooseRetryPolicy final : public RetryPolicy {
 
   RetryAction resolveRetryAction(const URLRequest& request, const NetworkResponse& networkResponse) const override;
   RetryAction resolveRetryAction(const URLRequest& request, const Error& error) const override;
-  void callDidEnd(const RequestIdentity& identity) const override;
 
  private:
   std::shared_ptr<RetryProgressionManager> progressionManager_;
@@ -28,7 +27,6 @@ class OAuth2RetryPolicy final : public RetryPolicy {
 
   RetryAction resolveRetryAction(const URLRequest& request, const NetworkResponse& networkResponse) const override;
   RetryAction resolveRetryAction(const URLRequest& request, const Error& error) const override;
-  void callDidEnd(const RequestIdentity& identity) const override;
 
  private:
   LooseRetryPolicy looseRetryPolicy_;
@@ -43,7 +41,6 @@ class AuthenticationServiceOAuth2RetryPolicy final : public RetryPolicy {
 
   RetryAction resolveRetryAction(const URLRequest& request, const NetworkResponse& networkResponse) const override;
   RetryAction resolveRetryAction(const URLRequest& request, const Error& error) const override;
-  void callDidEnd(const RequestIdentity& identity) const override;
 
  private:
   std::shared_ptr<const RetryPolicy> childRetryPolicy_;

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <array>
 #include <atomic>
+#include <cstddef>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <variant>
 #include <vector>
 
 #include "LXServices/Services/NetworkServicesOAuth2/Core/RetryProgression.h"
@@ -19,40 +23,39 @@ class RetryProgressionManager {
   virtual void resetRetryProgression(const URLRequest& request) = 0;
 
   /// The request's next attempt, by a progression that the factory makes for a request that is not counted yet. An
-  /// exhausted progression gives nothing until it is reset.
+  /// exhausted progression returns `nullopt` until it is reset.
   virtual std::optional<RetryDescriptor> nextRetryDescription(
       const URLRequest& request, const std::function<RetryProgression()>& newProgressionFactory) = 0;
-
-  /// Resets the call of that identity.
-  virtual void forget(const RequestIdentity& identity) = 0;
 };
 
-/// Counts a request under its identity, or under its value when it has none: callers who send equal requests at once do
-/// not spend each other's attempts.
+/// Counts a request under its identity, so that callers who send equal requests at once do not spend each other's
+/// attempts. A request without identity is counted under its value. Neither is kept alive: the identity is held weakly,
+/// the value as a digest. What belongs to a call that has ended is dropped at the next access.
 class RetryProgressionManagerImpl final : public RetryProgressionManager {
  public:
   void resetRetryProgression(const URLRequest& request) override;
   std::optional<RetryDescriptor> nextRetryDescription(
       const URLRequest& request, const std::function<RetryProgression()>& newProgressionFactory) override;
-  void forget(const RequestIdentity& identity) override;
 
-  /// How many requests are being counted.
-  std::size_t size() const { return size_; }
+  /// How many requests are being counted, without those of calls that have ended.
+  std::size_t size() const;
 
  private:
+  using ValueDigest = std::array<std::byte, 32>;
+
   struct Entry {
-    URLRequest request;
+    std::variant<std::weak_ptr<const RequestIdentity>, ValueDigest> key;
     RetryProgression progression;
 
-    bool isOf(const URLRequest& other) const;
+    bool hasEnded() const;
+    bool isOf(const URLRequest& request) const;
   };
 
-  template <class Predicate>
-  void eraseIf(const Predicate& isMeant);
+  static ValueDigest digestOf(const URLRequest& request);
 
   const QueueRef threadSafeAccessQueue_ = DispatchQueue::makeSerial("RetryCounter sync queue");
-  std::atomic<std::size_t> size_{0};  // tells those who have nothing to reset, nearly all, without the queue
-  std::vector<Entry> mapping_;        // only requests that failed and are being retried: few, so looked through
+  std::atomic<bool> isEmpty_{true};  // spares the queue for nearly all who have nothing to reset
+  std::vector<Entry> mapping_;       // only requests that failed and are being retried: few, so looked through
 };
 
 }  // namespace lx

@@ -7,6 +7,16 @@
 
 namespace lx {
 
+std::string signedAccessToken(const URLRequest& request) {
+  if (const auto authorization = request.headers.value(HTTPHeaderName::authorization)) {
+    const std::string scheme = HTTPHeaderKnownValues::bearer("");
+    return std::string(authorization->starts_with(scheme) ? authorization->substr(scheme.size()) : "");
+  }
+  if (!request.url || !request.url->scheme().starts_with("ws")) return {};
+  const auto tokens = URLQueryParameters(*request.url).values(URLQueryParameters::KnownParameters::accessToken);
+  return tokens.empty() ? std::string() : tokens.front();
+}
+
 URLRequestSignerOAuth2Impl::URLRequestSignerOAuth2Impl(std::shared_ptr<const HeadersProviderOAuth2> headersProvider)
     : headersProvider_(std::move(headersProvider)) {}
 

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "LXServices/Services/NetworkServicesOAuth2/Core/HeadersProviderOAuth2.h"
@@ -18,6 +19,9 @@ class URLRequestSignerOAuth2 {
   virtual void sign(URLRequest request, std::string_view accessToken,
                     std::move_only_function<void(URLRequest)> callback) const = 0;
 };
+
+/// The access token that `request` was signed with; empty if it was not signed.
+std::string signedAccessToken(const URLRequest& request);
 
 /// By the URL's scheme, compared exactly:
 ///

@@ -100,6 +100,59 @@ TEST(Stack, RefreshesAndSendsOnceMoreWhenUnauthorized) {
                                 "Bearer access-3"));
 }
 
+TEST(Stack, UnauthorizedAnswersThatComeLateShareTheRefreshOfTheFirst) {
+  std::vector<Promise<NetworkResponse>> pending;
+  int refreshes = 0;
+  StackFixture stack(std::make_shared<ScriptedURLSession>([&](const URLRequest& request, std::size_t) {
+    if (request.url->path() == "/v4/api/oauth2/token") {
+      return Task<NetworkResponse>::success(tokenResponse(std::to_string(++refreshes + 1)));
+    }
+    if (header(request, HTTPHeaderName::authorization) != "Bearer access-1") {
+      return Task<NetworkResponse>::success(makeResponse(200));
+    }
+    return pending.emplace_back().task();
+  }));
+  std::vector<Task<NetworkResponse>> tasks;
+  for (int i = 0; i < 4; ++i) {
+    tasks.push_back(stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request()));
+  }
+  for (std::size_t i = 0; i < tasks.size(); ++i) {
+    pending.at(i).complete(makeResponse(401));
+    EXPECT_EQ(stack.await(tasks[i])->statusCode, 200);
+  }
+  EXPECT_EQ(refreshes, 1);
+}
+
+TEST(Stack, ATransportErrorAndUnauthorizedStatusesShareTheirProgression) {
+  int refreshes = 0;
+  StackFixture stack(std::make_shared<ScriptedURLSession>([&](const URLRequest& request, std::size_t position) {
+    if (position == 0) return Task<NetworkResponse>::failure(noConnection);
+    const bool isToken = request.url->path() == "/v4/api/oauth2/token";
+    return Task<NetworkResponse>::success(isToken ? tokenResponse(std::to_string(++refreshes + 1)) : makeResponse(401));
+  }));
+  EXPECT_EQ(stack.await(stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request()))->statusCode, 401);
+  EXPECT_EQ(refreshes, 2);
+  EXPECT_EQ(stack.session->requests().size(), 4U + 2U);
+}
+
+TEST(Stack, ABoundOfTheWholeCallEndsItAlsoBetweenAttempts) {
+  StackFixture stack(std::make_shared<ScriptedURLSession>(
+      [](const URLRequest&, std::size_t) { return Task<NetworkResponse>::success(makeResponse(503)); },
+      std::chrono::milliseconds(1500)));
+  stack.clock->isHeld = true;
+  const auto start = stack.clock->steadyNow();
+  const auto task = stack.builder.oauth2LooseNetworkService()->authorizeAndLoad(stack.request());
+  for (int i = 0; i < 50 && !task.result(); ++i) {
+    MainQueue::shared()->drain();
+    if (!task.result()) stack.clock->manual.advance(std::chrono::milliseconds(100));
+  }
+  EXPECT_EQ(stack.await(task).error().as<URLSessionError>()->kind, URLSessionError::Kind::timedOut);
+  EXPECT_EQ(stack.clock->steadyNow() - start, std::chrono::milliseconds(1500));
+  stack.clock->manual.advance(std::chrono::hours(1));
+  MainQueue::shared()->drain();
+  EXPECT_EQ(stack.session->requests().size(), 3U);
+}
+
 TEST(Stack, AFailedRefreshIsTheCallsErrorAndNothingIsSentAgain) {
   StackFixture stack(ScriptedURLSession::answering({makeResponse(401), makeResponse(400)}));
   std::thread::id answeredOn;

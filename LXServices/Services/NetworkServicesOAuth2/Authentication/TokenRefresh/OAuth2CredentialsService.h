@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
+#include <utility>
 
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/OAuth2Credentials.h"
 #include "LXUtils/Concurrency/Task.h"
@@ -30,6 +32,14 @@ class OAuth2CredentialsRefresher {
 
   /// Joins the refresh that is under way, or starts one. Completes as getOAuth2Credentials does.
   virtual void refreshOAuth2Credentials(Completion<void> completion) = 0;
+
+  /// Refreshes the credentials because the server has rejected `accessToken`. If others are stored by now, completes
+  /// at once without a refresh: a rejection that comes late is no reason to refresh again. The default always
+  /// refreshes.
+  virtual void refreshRejectedOAuth2Credentials(std::string_view accessToken, Completion<void> completion) {
+    static_cast<void>(accessToken);
+    refreshOAuth2Credentials(std::move(completion));
+  }
 };
 
 /// Implemented by the app.

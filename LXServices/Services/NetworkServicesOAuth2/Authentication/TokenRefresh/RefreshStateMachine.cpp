@@ -108,11 +108,23 @@ void RefreshStateMachine::getOAuth2Credentials(Completion<OAuth2Credentials> com
 }
 
 void RefreshStateMachine::refreshOAuth2Credentials(Completion<void> completion) {
+  refresh({}, std::move(completion), "refreshOAuth2Credentials(_:)");
+}
+
+void RefreshStateMachine::refreshRejectedOAuth2Credentials(std::string_view accessToken, Completion<void> completion) {
+  refresh(accessToken, std::move(completion), "refreshOAuth2Credentials(_:)");
+}
+
+// Without a rejected token, whatever is stored is refreshed.
+void RefreshStateMachine::refresh(std::string_view rejectedAccessToken, Completion<void> completion, LogSite site) {
   transact([&](MutableState& state, Effects& effects) {
     auto& waiting = state.pending.refreshCompletions;
     if (state.state != State::idle) return waiting.push_back(std::move(completion));
-    const auto stored = loadForCaller(state, effects, completion, "refreshOAuth2Credentials(_:)");
+    const auto stored = loadForCaller(state, effects, completion, site);
     if (!stored) return;
+    if (!rejectedAccessToken.empty() && stored->accessToken != rejectedAccessToken) {
+      return effects.add([completion = std::move(completion)]() mutable { completion({}); });
+    }
     waiting.push_back(std::move(completion));
     start(state, *stored);
   });

@@ -59,6 +59,7 @@ class RefreshStateMachine final : public OAuth2CredentialsServiceImpl,
   bool hasCredentials() override;
   void getOAuth2Credentials(Completion<OAuth2Credentials> completion) override;
   void refreshOAuth2Credentials(Completion<void> completion) override;
+  void refreshRejectedOAuth2Credentials(std::string_view accessToken, Completion<void> completion) override;
   std::shared_ptr<OAuth2CredentialsServiceDelegate> delegate() const override;
   void setDelegate(std::weak_ptr<OAuth2CredentialsServiceDelegate> delegate) override;
   Task<void> revokeCredentials() override;
@@ -125,6 +126,7 @@ class RefreshStateMachine final : public OAuth2CredentialsServiceImpl,
   void log(Effects& effects, LogLevel level, const char* message, LogSite site);
   void log(Effects& effects, LogLevel level, const char* message, const Error& error, LogSite site);
 
+  void refresh(std::string_view rejectedAccessToken, Completion<void> completion, LogSite site);
   template <class T>
   std::optional<OAuth2Credentials> loadForCaller(MutableState& state, Effects& effects, Completion<T>& completion,
                                                  LogSite site);
