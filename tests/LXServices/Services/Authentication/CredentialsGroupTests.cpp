@@ -24,6 +24,15 @@ class WaitingForAnotherProcess : public ::testing::Test {
   }
   void TearDown() override { Logging::setSink(nullptr); }
 
+  // Posts and returns when the stack has handled it: its observer is older than this one's.
+  void postAndHandle(const char* name) {
+    bool isHandled = false;
+    const auto token = stack.center->addObserver(name, MainQueue::shared(), [&] { isHandled = true; });
+    stack.center->post(name);
+    EXPECT_TRUE(MainQueue::shared()->runUntil([&] { return isHandled; }, std::chrono::seconds(20)));
+    stack.center->removeObserver(token);
+  }
+
   TemporaryFolder folder;
   CredentialsStack stack{folder.path()};
   std::unique_ptr<FileLock> lock = *FileLock::make(folder.path() + "/refresh.lock");
@@ -43,6 +52,7 @@ TEST_F(WaitingForAnotherProcess, ItsSuccessGivesTheStoredCredentialsToAllAndIsPa
 }
 
 TEST_F(WaitingForAnotherProcess, ItsFailureFailsAllAndIsPassedOn) {
+  stack.keep(stack.tokens("theirs", std::chrono::seconds(10)));  // which a waiter may not refresh
   other.postFailure();
   ASSERT_TRUE(stack.happens("get caller OAuth2Error.credentialsRefreshGenericError"));
   EXPECT_TRUE(stack.posts("Failure", 2));
@@ -50,7 +60,7 @@ TEST_F(WaitingForAnotherProcess, ItsFailureFailsAllAndIsPassedOn) {
 
 TEST_F(WaitingForAnotherProcess, AFailureOfAnEarlierRefreshDoesNotEndTheWaitForTheOneUnderWay) {
   ASSERT_TRUE(lock->setContents("refreshing\n"));
-  other.postFailure();
+  postAndHandle(TokenRefreshNotificationsManagerImpl::failureName);
   stack.keep(stack.tokens("theirs"));
   other.postSuccess();
   ASSERT_TRUE(stack.happens("get caller access-theirs"));
@@ -62,7 +72,9 @@ TEST_F(WaitingForAnotherProcess, AFailureCountsOnceTheHolderIsDead) {
   ASSERT_TRUE(lock->setContents("refreshing\n"));
   lock.reset();
   other.postFailure();
-  EXPECT_TRUE(stack.happens("get caller OAuth2Error.credentialsRefreshGenericError"));
+  ASSERT_TRUE(stack.happens("get caller OAuth2Error.credentialsRefreshGenericError"));
+  const auto next = FileLock::make(folder.path() + "/refresh.lock");
+  EXPECT_TRUE((*next)->try_()) << "looking at the lock must not keep it";
 }
 
 TEST_F(WaitingForAnotherProcess, GoodCredentialsInTheStoreAreTheAnswerWhileTheLockIsStillHeld) {
@@ -100,9 +112,9 @@ TEST_F(WaitingForAnotherProcess, RevokingEndsTheWait) {
 }
 
 TEST_F(WaitingForAnotherProcess, ASuccessOfAnEarlierRefreshDoesNotEndTheWait) {
-  other.postSuccess();
-  ASSERT_TRUE(stack.posts("Success", 1));
-  stack.keep(stack.tokens("theirs"));
+  postAndHandle(TokenRefreshNotificationsManagerImpl::successName);
+  EXPECT_EQ(stack.events.count("get caller access-old"), 0U);
+  stack.keep(stack.tokens("theirs", std::chrono::seconds(10)));  // expiring, but posted as the outcome
   other.postSuccess();
   EXPECT_TRUE(stack.happens("get caller access-theirs"));
   EXPECT_LE(stack.clock->manual.pendingTimers(), 1U);

@@ -99,15 +99,23 @@ TEST_F(CredentialsService, OnlyAnInvalidRefreshTokenEndsTheSignIn) {
 }
 
 TEST_F(CredentialsService, WithoutFallbackTheCallersFailAndTheLogoutIsAskedForOnce) {
+  const auto manager = std::make_shared<FakeSilentAuthorization>(stack.events);
+  const auto change = [&](const auto& edit) {
+    auto records = stack.store->records();
+    edit(records);
+    stack.store->setRecords(records);
+  };
   const std::vector<std::pair<std::string, std::function<void()>>> lacking = {
-      {"user", [] {}},
-      {"a user who is not anonymous", [&] { stack.keepLegacySignIn(true); }},
       {"a manager", [&] { stack.keepLegacySignIn(); }},
+      {"a user",
+       [&] {
+         stack.service->setSilentAuthorizationManager(manager);
+         change([](auto& records) { records.user.reset(); });
+       }},
+      {"a user who is not anonymous", [&] { stack.keepLegacySignIn(true); }},
       {"legacy data", [&] {
-         auto records = stack.store->records();
-         records.legacyAuthData.reset();
-         stack.store->setRecords(records);
-         stack.service->setSilentAuthorizationManager(std::make_shared<FakeSilentAuthorization>(stack.events));
+         stack.keepLegacySignIn();
+         change([](auto& records) { records.legacyAuthData.reset(); });
        }}};
   for (std::size_t i = 0; i < lacking.size(); ++i) {
     SCOPED_TRACE(lacking[i].first);
@@ -216,6 +224,13 @@ TEST_F(CredentialsService, AnInvalidRefreshTokenThatTheStoreNoLongerHoldsIsNoRea
   ASSERT_TRUE(stack.answers(2, stack.tokens("new")));
   ASSERT_TRUE(stack.happens("get second access-new"));
   EXPECT_EQ(stack.events.count("logout"), 0U);
+
+  // An empty store has no other credentials: the app learns that the user is signed out.
+  stack.forceRefresh("third");
+  ASSERT_TRUE(stack.happens("request refresh-new"));
+  stack.store->setRecords({});
+  ASSERT_TRUE(stack.answers(3, fail(CredentialsStack::invalidRefreshToken())));
+  EXPECT_TRUE(stack.happens("logout"));
 }
 
 TEST_F(CredentialsService, SpendsNoRefreshTokenIfTheStoreCannotBeWrittenOrRecoversAPair) {
@@ -245,6 +260,7 @@ TEST_F(CredentialsService, RevokingCancelsTheRefreshForGood) {
   ASSERT_TRUE(stack.posts("Success", 1));
 
   EXPECT_TRUE(revoked.result()->has_value());
+  EXPECT_EQ(stack.events.count("request cancelled"), 1U);
   EXPECT_EQ(stack.events.count("revoke refresh-old"), 1U);
   EXPECT_THAT(
       events({"get", "refresh", "log"}),
@@ -356,18 +372,20 @@ TEST_F(CredentialsService, ALateAnswerDoesNotOverwriteWhatWasStoredSince) {
 }
 
 TEST_F(CredentialsService, AnAnswerIsKeptWhileTheStoreCannotBeRead) {
-  stack.keepExpiring();
-  stack.get("first");
-  ASSERT_TRUE(stack.happens("request refresh-old"));
-  stack.store->failLoads(UnwrapError{"written by a later version"});
-  ASSERT_TRUE(stack.answers(0, stack.tokens("new")));
-  ASSERT_TRUE(stack.happens("get first access-new"));
-  EXPECT_EQ(storedToken(), "access-old");
-
-  stack.store->failLoads(std::nullopt);
-  stack.get("later");
-  EXPECT_EQ(stack.events.count("get later access-new"), 1U);
-  EXPECT_EQ(storedToken(), "access-new");
+  for (std::size_t round = 0; round < 2; ++round) {
+    stack.keepExpiring();
+    stack.get("first");
+    ASSERT_TRUE(stack.happens("request refresh-old", round + 1));
+    stack.store->failLoads(UnwrapError{"written by a later version"});
+    ASSERT_TRUE(stack.answers(round, stack.tokens("new")));
+    ASSERT_TRUE(stack.happens("get first access-new", round + 1));
+    EXPECT_EQ(storedToken(), "access-old");
+    if (round == 1) stack.store->setRecords({});
+    stack.store->failLoads(std::nullopt);
+    stack.get("later");
+  }
+  EXPECT_THAT(events({"get later"}), ElementsAre("get later access-new", "get later OAuth2Error.credentialsNotFound"));
+  EXPECT_FALSE(stack.store->records().credentials) << "a sign-out was undone";
 }
 
 TEST_F(CredentialsService, WorksWithoutALockFile) {
