@@ -15,10 +15,10 @@ constexpr std::string_view redacted = "<redacted>";
 
 /// Fields of queries, forms and JSON bodies.
 bool isSecretField(std::string_view name) {
-  constexpr std::array<std::string_view, 14> names{
-      "access_token", "refresh_token",   "id_token",       "subject_token", "token",  "authorization_code",
-      "code",         "code_verifier",   "code_challenge", "state",         "lxauth", "csrf-token",
-      "tdi",          "originalLocation"};
+  constexpr std::array<std::string_view, 15> names{
+      "access_token", "refresh_token",    "id_token",       "subject_token", "token",  "authorization_code",
+      "code",         "code_verifier",    "code_challenge", "state",         "lxauth", "csrf-token",
+      "tdi",          "originalLocation", "device_id"};
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <mutex>
 
+#include "LXUtils/Foundation/PrintableText.h"
+
 namespace lx {
 namespace {
 
@@ -31,7 +33,7 @@ const char* levelName(LogLevel level) {
 
 void StandardErrorLogSink::write(const LogRecord& record) {
   std::string line = levelName(record.level);
-  line.append(" ").append(record.logger).append(" ").append(record.message);
+  line.append(" ").append(record.logger).append(" ").append(printable(record.message));
   std::string_view file = record.site.file;
   file.remove_prefix(file.find_last_of('/') + 1);
   line.append(" (").append(file).append(":").append(std::to_string(record.site.line));

@@ -37,7 +37,8 @@ class LogSink {
   virtual void write(const LogRecord& record) = 0;
 };
 
-/// Writes "level logger message (file:line operation)" to standard error, a line a message.
+/// Writes "level logger message (file:line operation)" to standard error, as one line: what would act on a terminal in
+/// the message is replaced by "?".
 class StandardErrorLogSink final : public LogSink {
  public:
   void write(const LogRecord& record) override;

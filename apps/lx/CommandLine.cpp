@@ -1,7 +1,8 @@
 #include "lx/CommandLine.h"
 
 #include <algorithm>
-#include <map>
+#include <array>
+#include <cmath>
 #include <memory>
 #include <string_view>
 
@@ -27,8 +28,9 @@ constexpr const char* examples = R"(Examples:
   lx environment authServiceURL
 
 Global options may also stand after the command, and most can come from the environment: LX_GROUP, LX_BUNDLE,
-LX_DOMAINS, LX_SURFACE, LX_CONNECT_TO, LX_CA_FILE. So can secrets, which others see on a command line: LX_CODE,
-LX_VERIFIER, LX_LXAUTH, LX_GOOGLE_TOKEN, LX_APPLE_TOKEN.
+LX_DOMAINS, LX_SURFACE, LX_CONNECT_TO, LX_CA_FILE. Other users can see the command line of a process. A SECRET can
+therefore be - for the next line of standard input, @FILE for the contents of a file, or come from LX_CODE, LX_VERIFIER,
+LX_LXAUTH, LX_GOOGLE_TOKEN, LX_APPLE_TOKEN.
 
 Exit status: 0 done, 1 failed, 2 wrong command line.)";
 
@@ -60,6 +62,36 @@ std::string surfaceNamed(const std::string& text) {
 // The value itself is never part of the message: it may be a secret.
 const CLI::Validator notEmpty([](std::string& value) { return value.empty() ? "must not be empty" : std::string(); },
                               "", "notEmpty");
+
+// Checks that repeat no value, either.
+CLI::Validator inRange(std::int64_t least, std::int64_t most) {
+  return CLI::Validator(
+      [least, most](std::string& text) {
+        std::int64_t value = 0;
+        const bool isNumber = CLI::detail::lexical_cast(text, value);
+        if (isNumber && value >= least && value <= most) return std::string();
+        return "must be a number from " + std::to_string(least) + " to " + std::to_string(most);
+      },
+      "", "inRange");
+}
+
+int levelNamed(const std::string& text) {
+  constexpr std::array<std::string_view, 5> names{"debug", "info", "notice", "warning", "error"};
+  for (std::size_t level = 0; level < names.size(); ++level) {
+    if (text == names[level] || text == std::to_string(level)) return static_cast<int>(level);
+  }
+  throw CLI::ValidationError("--log", "must be 0 to 4, debug, info, notice, warning or error");
+}
+
+std::chrono::milliseconds timeoutOf(const std::string& text) {
+  constexpr double longest = 1e6;
+  double seconds = 0;
+  const bool isNumber = CLI::detail::lexical_cast(text, seconds);
+  if (!isNumber || !(seconds >= 0.001 && seconds <= longest)) {
+    throw CLI::ValidationError("--timeout", "must be a number of seconds from 0.001 to 1000000");
+  }
+  return std::chrono::milliseconds(std::llround(seconds * 1000));
+}
 
 class Grammar {
  public:
@@ -112,9 +144,15 @@ class Grammar {
         ->envname("LX_CA_FILE")
         ->type_name("PEM");
     group->add_flag("--json", global.json, "One JSON object, or one a line, instead of text for people");
-    const std::map<std::string, int> levels{{"debug", 0}, {"info", 1}, {"notice", 2}, {"warning", 3}, {"error", 4}};
-    group->add_option("--log", global.logLevel, "Log to standard error from this level: 0 to 4, or debug to error")
-        ->transform(CLI::CheckedTransformer(levels, CLI::ignore_case).description(""))
+    group
+        ->add_option_function<std::string>(
+            "--timeout", [&global](const std::string& text) { global.timeout = timeoutOf(text); },
+            "The longest that one call may take, all attempts included [no bound]")
+        ->type_name("SECONDS");
+    group
+        ->add_option_function<std::string>(
+            "--log", [&global](const std::string& text) { global.logLevel = levelNamed(text); },
+            "Log to standard error from this level: 0 to 4, or debug to error")
         ->type_name("LEVEL");
     group->add_flag("--reveal", global.reveal, "Show tokens instead of \"<redacted>\"");
   }
@@ -137,14 +175,15 @@ class Grammar {
   void addBackend() {
     auto& command = add(app_, "backend", "Run the development backend until Ctrl-C");
     const auto options = std::make_shared<BackendCommandOptions>();
-    command.add_option("--port", options->port, "The port to listen on [any that is free]");
+    command.add_option("--port", options->port, "The port to listen on [any that is free]")->check(inRange(0, 65'535));
     command.add_option("--scenario", options->scenarioFile, "Faults to play, a JSON file")->type_name("FILE");
     command.add_option("--ca-out", options->caOut, "Where to put the authority's certificate [a temporary file]")
         ->type_name("FILE");
-    command.add_option("--token-lifetime", options->tokenLifetime, "Seconds that access tokens live [3600]");
+    command.add_option("--token-lifetime", options->tokenLifetime, "Seconds that access tokens live [3600]")
+        ->check(inRange(-1'000'000'000, 1'000'000'000));
     command
         .add_option("--refresh-grace", options->refreshGrace, "Milliseconds that a used refresh token is good for [0]")
-        ->check(CLI::NonNegativeNumber.description(""));
+        ->check(inRange(0, 1'000'000'000));
     command.add_flag("--quiet", options->quiet, "No line for each request");
     command.footer(
         "Example:\n  lx backend --port 8443 --token-lifetime 90\n  lx backend --scenario faults.json --json\n\n"
@@ -172,12 +211,16 @@ class Grammar {
     pkce.require_subcommand(1);
     auto& verifier = add(pkce, "verifier", "A random code verifier");
     const auto length = std::make_shared<int>(64);
-    verifier.add_option("--length", *length, "How many characters [64]")->check(CLI::Range(1, 65'536).description(""));
+    verifier.add_option("--length", *length, "How many characters [64]")->check(inRange(1, 65'536));
     onRun(verifier, [length](const GlobalOptions&, const Output& output) { return runPKCEVerifier(output, *length); });
 
     auto& challenge = add(pkce, "challenge", "The S256 challenge of a verifier");
     const auto text = std::make_shared<std::string>();
-    challenge.add_option("verifier", *text, "The code verifier")->required()->envname("LX_VERIFIER")->check(notEmpty);
+    challenge.add_option("verifier", *text, "The code verifier")
+        ->required()
+        ->envname("LX_VERIFIER")
+        ->type_name("SECRET")
+        ->check(notEmpty);
     onRun(challenge, [text](const GlobalOptions&, const Output& output) { return runPKCEChallenge(output, *text); });
   }
 
@@ -196,7 +239,8 @@ class Grammar {
     command.add_option("--name", options->name, "The user's name, for Google and Apple")->excludes(code);
     command.add_option("--email", options->email, "The user's address, for Google and Apple")->excludes(code);
     command.footer(
-        "Example:\n  LX_CODE=... LX_VERIFIER=... lx signin\n  lx signin --google TOKEN --email me@example.com");
+        "Examples:\n  lx signin --code - --verifier @verifier.txt\n  lx signin --google @token.txt --email "
+        "me@example.com");
     onRun(command,
           [options](const GlobalOptions& global, const Output& output) { return runSignIn(global, output, *options); });
 
@@ -220,7 +264,7 @@ class Grammar {
     onRun(add(token, "revoke", "Revoke the refresh token at the backend; the store stays as it is"), runTokenRevoke);
     auto& get = add(token, "get", "Valid credentials for callers that want them at once, refreshed when needed");
     const auto callers = std::make_shared<int>(1);
-    get.add_option("--callers", *callers, "How many callers [1]")->check(CLI::Range(1, 100'000).description(""));
+    get.add_option("--callers", *callers, "How many callers [1]")->check(inRange(1, 100'000));
     onRun(get, [callers](const GlobalOptions& global, const Output& output) {
       return runTokenGet(global, output, *callers);
     });

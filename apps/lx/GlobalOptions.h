@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -18,6 +19,7 @@ struct GlobalOptions {
   bool json = false;
   bool reveal = false;
   std::optional<int> logLevel = {};
+  std::optional<std::chrono::milliseconds> timeout = {};  ///< of each call, all its attempts included; none if absent
 };
 
 }  // namespace lx::tool

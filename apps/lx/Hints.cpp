@@ -42,6 +42,11 @@ std::string hintFor(const ToolError& error) {
     case ToolError::Kind::noHome:
     case ToolError::Kind::group:
       return "Choose the group's folder with --group (or LX_GROUP).";
+    case ToolError::Kind::notStored:
+      return "Make room or give write permission in the group's folder; if a command then reports an invalid sign-in, "
+             "sign in again with `lx signin`.";
+    case ToolError::Kind::secret:
+      return "Give the secret itself, - for a line of standard input, or @FILE.";
     case ToolError::Kind::noLegacyData:
       return "Give the cookie-era token with --lxauth (or LX_LXAUTH).";
     default:

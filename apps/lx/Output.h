@@ -8,6 +8,7 @@
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/OAuth2AuthDTO.h"
 #include "LXUtils/Foundation/Coding.h"
 #include "LXUtils/Foundation/Date.h"
+#include "LXUtils/Foundation/PrintableText.h"
 #include "LXUtils/Foundation/Result.h"
 
 namespace lx::tool {
@@ -102,8 +103,5 @@ class Output {
   bool reveal_;
   Style style_;
 };
-
-/// Text from outside made harmless for a terminal: control characters become "?".
-std::string printable(std::string_view text);
 
 }  // namespace lx::tool

@@ -1,7 +1,9 @@
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/AnonymousServiceOAuth2.h"
 #include "LXServices/Services/UserService.h"
 
+#include "lx/Secret.h"
 #include "lx/SignIn.h"
+#include "lx/SignalHold.h"
 #include "lx/ToolError.h"
 
 namespace lx::tool {
@@ -39,12 +41,30 @@ Result<SignedIn> exchange(Stack& stack, const SignInOptions& options) {
   return SignedIn{answer->first, answer->second, {}};
 }
 
-}  // namespace
+Result<SignInOptions> withSecretsRead(SignInOptions options) {
+  for (auto* secret : {&options.code, &options.verifier, &options.google, &options.apple}) {
+    if (secret->empty()) continue;
+    auto read = readSecret(*secret);
+    if (!read) return fail(read.error());
+    *secret = *std::move(read);
+  }
+  return options;
+}
 
-Result<SignedIn> signIn(Stack& stack, const SignInOptions& options) {
+// What is exchanged cannot be exchanged again: signals wait until its outcome is stored.
+Result<SignedIn> exchangeAndStore(Stack& stack, const SignInOptions& options) {
+  const SignalHold hold;
   auto signedIn = exchange(stack, options);
   if (!signedIn) return signedIn;
   if (const auto stored = stack.store().storeSignIn(signedIn->authDTO); !stored) return fail(stored.error());
+  return signedIn;
+}
+
+}  // namespace
+
+Result<SignedIn> signIn(Stack& stack, const SignInOptions& options) {
+  auto signedIn = exchangeAndStore(stack, options);
+  if (!signedIn) return signedIn;
   UserServiceOAuth2Impl users(stack.networking().oauth2NetworkService(), stack.environment());
   const auto fetched = stack.await(users.fetchUser());
   if (!fetched) return fail(fetched.error());
@@ -54,9 +74,11 @@ Result<SignedIn> signIn(Stack& stack, const SignInOptions& options) {
 }
 
 Result<void> runSignIn(const GlobalOptions& global, const Output& output, const SignInOptions& options) {
+  const auto ready = withSecretsRead(options);
+  if (!ready) return fail(ready.error());
   const auto stack = Stack::make(global);
   if (!stack) return fail(stack.error());
-  const auto signedIn = signIn(**stack, options);
+  const auto signedIn = signIn(**stack, *ready);
   if (!signedIn) return fail(signedIn.error());
   return output.object([&](ObjectWriter& out) {
     out.members(signedIn->authDTO);
@@ -68,6 +90,7 @@ Result<void> runSignIn(const GlobalOptions& global, const Output& output, const 
 Result<void> runAnonymous(const GlobalOptions& global, const Output& output) {
   const auto stack = Stack::make(global);
   if (!stack) return fail(stack.error());
+  const SignalHold hold;
   AnonymousServiceOAuth2Impl service((*stack)->environment(), (*stack)->networking().oauth2LooseNetworkService());
   const auto credentials = (*stack)->await(service.authenticateAnonymous());
   if (!credentials) return fail(credentials.error());
@@ -78,13 +101,18 @@ Result<void> runAnonymous(const GlobalOptions& global, const Output& output) {
 Result<void> runMigrate(const GlobalOptions& global, const Output& output, const std::string& lxauth) {
   const auto stack = Stack::make(global);
   if (!stack) return fail(stack.error());
-  UserAuthData authData{lxauth, std::nullopt, std::nullopt};
-  if (lxauth.empty()) {
+  UserAuthData authData;
+  if (!lxauth.empty()) {
+    const auto token = readSecret(lxauth);
+    if (!token) return fail(token.error());
+    authData.authToken = *token;
+  } else {
     const auto stored = (*stack)->store().loadLegacyAuthData();
     if (!stored) return fail(stored.error());
     if (!*stored) return fail(ToolError{ToolError::Kind::noLegacyData, "Nothing of the cookie era is stored"});
     authData = **stored;
   }
+  const SignalHold hold;
   const auto authDTO = (*stack)->await((*stack)->networking().silentAuthorizationManager()->exchange(authData));
   if (!authDTO) return fail(authDTO.error());
   // The user stays the same one, and the cookie-era data can recover this sign-in, too.

@@ -8,6 +8,7 @@
 
 #include "LXUtils/Network/CurlURLSession.h"
 
+#include "lx/HoldingStorage.h"
 #include "lx/ToolError.h"
 
 namespace lx::tool {
@@ -99,11 +100,12 @@ Result<std::unique_ptr<Stack>> Stack::make(const GlobalOptions& options) {
   URLSessionConfiguration configuration;
   configuration.caFile = options.caFile;
   configuration.connectTo = options.connectTo;
+  configuration.callTimeout = options.timeout;
   configuration.userAgent = settings->preferredUserAgent();
   stack->session_ = CurlURLSession::make(std::move(configuration));
   stack->networking_ = std::make_unique<OAuth2NetworkingBuilderImpl>(
-      std::make_shared<ToolAppService>(*std::move(settings)), *environment, std::nullopt, stack->session_, *store,
-      root->appendingPath(*group + "/token-refresh.lock"));
+      std::make_shared<ToolAppService>(*std::move(settings)), *environment, std::nullopt, stack->session_,
+      std::make_shared<HoldingStorage>(*store), root->appendingPath(*group + "/token-refresh.lock"));
   stack->credentialsService().setDelegate(stack->logoutRequest_);
   return stack;
 }

@@ -72,12 +72,18 @@ Result<void> runTokenGet(const GlobalOptions& global, const Output& output, int 
 Result<void> runTokenRefresh(const GlobalOptions& global, const Output& output) {
   const auto stack = Stack::make(global);
   if (!stack) return fail(stack.error());
+  const auto before = storedCredentials(**stack);
+  if (!before) return fail(before.error());
   Promise<void> promise;
   const auto task = promise.task();
   (*stack)->credentialsService().refreshOAuth2Credentials(std::move(promise).completion());
   if (const auto refreshed = (*stack)->await(task); !refreshed) return fail(refreshed.error());
   const auto credentials = storedCredentials(**stack);
   if (!credentials) return fail(credentials.error());
+  // The library keeps such a pair in memory, which ends with this process.
+  if (haveSameTokens(*before, *credentials)) {
+    return fail(ToolError{ToolError::Kind::notStored, "The new credentials could not be stored"});
+  }
   return show(output, *credentials);
 }
 

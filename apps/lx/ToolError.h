@@ -11,6 +11,9 @@ struct ToolError {
     group,         ///< the group's folder cannot be made
     output,        ///< standard output cannot be written
     memory,        ///< the system has no more of it
+    system,        ///< the system refuses a thread, a descriptor or the like
+    notStored,     ///< new credentials were obtained and could not be stored
+    secret,        ///< a secret cannot be read from where it is said to be
     noLegacyData,  ///< nothing of the cookie era is stored
     demo,          ///< a step of the tour did not do what it promises
   };
@@ -32,6 +35,12 @@ inline std::string ToolError::typeName() const {
       return "ToolError.output";
     case Kind::memory:
       return "ToolError.memory";
+    case Kind::system:
+      return "ToolError.system";
+    case Kind::notStored:
+      return "ToolError.notStored";
+    case Kind::secret:
+      return "ToolError.secret";
     case Kind::noLegacyData:
       return "ToolError.noLegacyData";
     case Kind::demo:

@@ -30,6 +30,11 @@ TEST(CommandLine, WrongOnesExitWithTwoAndRepeatNoArgumentThatMayBeASecret) {
       {{"pkce", "challenge", "--S3cret-s3cret"}, "Unknown option"},
       {{"user", "--v4", "--v3"}, "excludes"},
       {{"bundle"}, "file is required"},
+      {{"user", "--timeout", "s3cret"}, "--timeout: must be a number of seconds"},
+      {{"user", "--timeout", "nan"}, "--timeout: must be a number of seconds"},
+      {{"user", "--log", "s3cret"}, "--log: must be 0 to 4"},
+      {{"backend", "--port", "s3cret"}, "--port: must be a number from 0 to 65535"},
+      {{"pkce", "verifier", "--length", "s3cret"}, "--length: must be a number from 1"},
   };
   for (const auto& [arguments, message] : table) {
     const auto run = runTool(arguments);

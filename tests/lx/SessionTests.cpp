@@ -59,6 +59,16 @@ class ToolSession : public testing::Test {
     return secrets;
   }
 
+  /// The tool behind a shell, for redirections and limits.
+  std::vector<std::string> commandLine(const std::string& arguments, const std::string& preparation = {}) const {
+    return {"/bin/sh", "-c",
+            preparation + "exec " + LX_TOOL + " --group " + folder.file("group") + " --connect-to " +
+                backend->address() + " --ca-file " + backend->caFile() + " " + arguments};
+  }
+
+  static constexpr const char* tokenPath = "/v4/api/oauth2/token";
+  static constexpr std::chrono::seconds watchdog{20};
+
   const TemporaryFolder folder;
   const std::unique_ptr<DevBackend> backend = *DevBackend::start();
   const std::shared_ptr<FileCredentialsStorage> store = *FileCredentialsStorage::make(folder.file("group"));
@@ -99,6 +109,78 @@ TEST_F(ToolSession, SignsInByCodeAndByProviderAndKeepsWhatAnAppKeeps) {
   EXPECT_FALSE(*store->loadLegacyAuthData()) << "the session of another user";
   EXPECT_THAT(quietly({"signin", "--apple", "newcomer-7", "--email", "new@example.test"}).out,
               HasSubstr(R"("action":"SIGNUP")"));
+}
+
+TEST_F(ToolSession, ASignalInARefreshEndsTheToolOnceTheNewPairIsStored) {
+  ASSERT_EQ(lx({"anonymous"}).status, 0);
+  for (const int signal : {SIGINT, SIGTERM}) {
+    const auto before = storedSecrets();
+    const auto refreshes = backend->journal().count(tokenPath, "refresh_token");
+    backend->addFault(std::string("POST ") + tokenPath + " refresh_token", {.delay = std::chrono::milliseconds(200)});
+    ChildProcess refreshing(commandLine("token refresh"));
+    ASSERT_TRUE(backend->journal().waitForRequests(refreshes + 1, tokenPath, watchdog, "refresh_token"));
+    refreshing.signal(signal);
+    EXPECT_EQ(refreshing.readLine(), "(ended)");
+    EXPECT_EQ(refreshing.wait(), -1) << "ended by the signal";
+    EXPECT_NE(storedSecrets(), before);
+    EXPECT_EQ(lx({"token", "refresh"}).status, 0);
+  }
+  // Without an exchange it ends at once.
+  ChildProcess asking(commandLine("signin --code - --verifier v"));
+  EXPECT_FALSE(asking.hasOutput(std::chrono::milliseconds(100)));
+  asking.terminate();
+  EXPECT_EQ(asking.wait(), -1);
+}
+
+TEST_F(ToolSession, AStoreThatCannotBeWrittenFailsBeforeTheRefreshTokenIsSpent) {
+  ASSERT_EQ(lx({"anonymous"}).status, 0);
+  const auto before = storedSecrets();
+  ChildProcess full(commandLine("token refresh --json 2>&1", "ulimit -f 0; "));
+  EXPECT_THAT(full.readLine(), HasSubstr(R"("type":"AtomicFileError.unwritable")"));
+  EXPECT_EQ(full.wait(), 1);
+  EXPECT_EQ(backend->journal().count(tokenPath, "refresh_token"), 0U);
+  EXPECT_EQ(storedSecrets(), before);
+}
+
+TEST_F(ToolSession, WorksWithClosedStandardStreamsAndWritesNoLogIntoItsFiles) {
+  ASSERT_EQ(lx({"anonymous"}).status, 0);
+  ChildProcess closed(commandLine("--log 0 token refresh <&- >&- 2>&-"));
+  EXPECT_EQ(closed.wait(), 0);
+  EXPECT_THAT(contentsOf(folder.file("group/token-refresh.lock")), MatchesRegex("[-_A-Za-z0-9]{43}\n"));
+}
+
+TEST_F(ToolSession, ABoundOfTheCallEndsTheWaitForAServerThatDoesNotAnswer) {
+  ASSERT_EQ(lx({"anonymous"}).status, 0);
+  backend->addFault("GET /v4/api/user", {.delay = std::chrono::hours(1), .count = std::nullopt});
+  const auto run = lx({"user", "--timeout", "0.2", "--json"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.err, HasSubstr("URLSessionError.timedOut"));
+}
+
+TEST_F(ToolSession, WhatAServerSaysDoesNotActOnATerminal) {
+  ASSERT_EQ(lx({"anonymous"}).status, 0);
+  backend->addFault("GET /v4/api/user",
+                    {.effect = Fault::Status{.status = 403, .body = "{\"error\":\"\\u001b[2J\\nlx: ok\"}"}});
+  const auto run = lx({"user", "--log", "0"});
+  EXPECT_THAT(run.err,
+              AllOf(HasSubstr("blocks this account: ?[2J?lx: ok"), Not(HasSubstr("\x1b")), Not(HasSubstr("\nlx: ok"))));
+}
+
+TEST_F(ToolSession, SecretsComeFromStandardInputAndFiles) {
+  const AuthUtilityImpl utility;
+  const auto verifier = utility.generateCodeVerifier(43);
+  const auto file = folder.file("verifier");
+  std::ofstream(file) << verifier << "\r\n";
+  ChildProcess signIn(commandLine("--json signin --code - --verifier @" + file + " 2>&1"));
+  signIn.writeLine(*backend->issueCode(utility.calculateCodeChallenge(verifier), "ordinary"));
+  EXPECT_THAT(signIn.readLine(), HasSubstr(R"("id":"1001")"));
+
+  std::ofstream(folder.file("empty")) << "\n";
+  for (const auto& given : {std::string("-"), "@" + folder.file("empty"), "@" + folder.file("missing")}) {
+    const auto run = lx({"migrate", "--lxauth", given, "--json"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("ToolError.secret"));
+  }
 }
 
 TEST_F(ToolSession, FailuresAreObjectsOnStandardError) {
