@@ -1,29 +1,29 @@
 #include "LXUtils/Foundation/Digest.h"
 
-#include <openssl/evp.h>
-
-#include "LXUtils/Foundation/FatalError.h"
-#include "LXUtils/Foundation/OpenSSLInternal.h"
+// The functions below are deprecated for new algorithms' sake. Unlike their successors they allocate nothing, load no
+// provider, and therefore cannot fail.
+#define OPENSSL_SUPPRESS_DEPRECATED
+#include <openssl/md5.h>
+#include <openssl/sha.h>
 
 namespace lx {
-namespace {
 
-template <std::size_t size>
-std::array<std::byte, size> digest(std::span<const std::byte> bytes, const EVP_MD* algorithm) {
-  initialiseOpenSSL();
-  std::array<std::byte, size> result;
-  auto* out = reinterpret_cast<unsigned char*>(result.data());
-  unsigned int written = 0;
-  if (EVP_Digest(bytes.data(), bytes.size(), out, &written, algorithm, nullptr) != 1 || written != size) {
-    fatalError("The system's OpenSSL cannot compute a digest.");
-  }
-  return result;
+std::array<std::byte, 32> sha256(std::span<const std::byte> bytes) {
+  std::array<std::byte, SHA256_DIGEST_LENGTH> digest;
+  SHA256_CTX context;
+  SHA256_Init(&context);
+  SHA256_Update(&context, bytes.data(), bytes.size());
+  SHA256_Final(reinterpret_cast<unsigned char*>(digest.data()), &context);
+  return digest;
 }
 
-}  // namespace
-
-std::array<std::byte, 32> sha256(std::span<const std::byte> bytes) { return digest<32>(bytes, EVP_sha256()); }
-
-std::array<std::byte, 16> md5(std::span<const std::byte> bytes) { return digest<16>(bytes, EVP_md5()); }
+std::array<std::byte, 16> md5(std::span<const std::byte> bytes) {
+  std::array<std::byte, MD5_DIGEST_LENGTH> digest;
+  MD5_CTX context;
+  MD5_Init(&context);
+  MD5_Update(&context, bytes.data(), bytes.size());
+  MD5_Final(reinterpret_cast<unsigned char*>(digest.data()), &context);
+  return digest;
+}
 
 }  // namespace lx
