@@ -1,31 +1,20 @@
 #pragma once
 
+#include <concepts>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <type_traits>
 #include <utility>
 #include <variant>
-#include <vector>
 
 #include "LXUtils/Concurrency/DispatchQueue.h"
+#include "LXUtils/Concurrency/TaskState.h"
 #include "LXUtils/Foundation/Result.h"
 
 namespace lx {
 
-/// Why a task ended without its producer's answer.
-struct TaskError {
-  /// The task was cancelled, or whoever had to answer it is gone.
-  static const TaskError cancelled;
-
-  std::string typeName() const { return "TaskError.cancelled"; }
-  std::string description() const { return "The operation was cancelled"; }
-  bool operator==(const TaskError&) const = default;
-};
-inline const TaskError TaskError::cancelled{};
-
-/// Takes a result once. Letting go of it uncalled lets whoever waits for it know: the task behind it is cancelled.
+/// Takes a result once. Destroying it without calling it cancels the task that waits for it.
 template <class T>
 using Completion = std::move_only_function<void(Result<T>)>;
 
@@ -37,23 +26,23 @@ class Promise;
 namespace detail {
 
 template <class T>
-struct IsTask : std::false_type {};
+struct TaskValue;
 template <class T>
-struct IsTask<Task<T>> : std::true_type {
-  using Value = T;
+struct TaskValue<Task<T>> {
+  using Type = T;
 };
 template <class T>
-struct IsResult : std::false_type {};
+struct ResultValue;
 template <class T>
-struct IsResult<Result<T>> : std::true_type {
-  using Value = T;
+struct ResultValue<Result<T>> {
+  using Type = T;
 };
 
 // Stands for T where a parameter of type void would not even be a declaration.
 template <class T>
 using NonVoid = std::conditional_t<std::is_void_v<T>, std::monostate, T>;
 
-// Calls `f` with the value of a result, or without an argument for a result of void.
+// Calls `f` with the value of a result, or without it for a result of void.
 template <class F, class T, class... First>
 decltype(auto) applyValue(F& f, const Result<T>& result, First&&... first) {
   if constexpr (std::is_void_v<T>) {
@@ -63,115 +52,54 @@ decltype(auto) applyValue(F& f, const Result<T>& result, First&&... first) {
   }
 }
 
-template <class F, class T, class... First>
-using ValueAnswer = std::remove_cvref_t<decltype(applyValue(std::declval<F&>(), std::declval<const Result<T>&>(),
-                                                            std::declval<First>()...))>;
+// True if `f` takes the value of a Task<T>.
+template <class F, class T>
+concept ValueObserver =
+    (std::is_void_v<T> && std::invocable<F&>) || (!std::is_void_v<T> && std::invocable<F&, const NonVoid<T>&>);
 
-// A completed task's result, kept by whoever still looks at it: results pass from task to task without a copy.
-template <class T>
-using SharedResult = std::shared_ptr<const Result<T>>;
+// A continuation without a target.
+template <class F>
+struct Unbound {
+  F f;
 
-template <class T>
-class TaskState : public std::enable_shared_from_this<TaskState<T>> {
- public:
-  using Continuation = std::move_only_function<void(const SharedResult<T>&)>;
+  template <class T>
+  using Answer = std::remove_cvref_t<decltype(applyValue(std::declval<F&>(), std::declval<const Result<T>&>()))>;
 
-  void complete(Result<T> result) {
-    completeWith([&] {
-      own_.emplace(std::move(result));
-      return &*own_;
-    });
+  template <class Use>
+  void call(const Use& use) {
+    use(f);
   }
+};
 
-  void completeAs(const SharedResult<T>& other) {
-    completeWith([&] {
-      source_ = other;
-      return other.get();
-    });
+// A continuation whose first argument is a target that it holds weakly. It is not called once the target is gone.
+template <class Target, class F>
+struct Bound {
+  std::weak_ptr<Target> target;
+  F f;
+
+  template <class T>
+  using Answer = std::remove_cvref_t<decltype(applyValue(std::declval<F&>(), std::declval<const Result<T>&>(),
+                                                         std::declval<Target&>()))>;
+
+  template <class Use>
+  void call(const Use& use) {
+    const auto alive = target.lock();
+    if (!alive) return;
+    const auto bound = [&](const auto&... arguments) -> decltype(auto) { return f(*alive, arguments...); };
+    use(bound);
   }
-
-  void cancel() {
-    std::move_only_function<void()> handler;
-    {
-      const std::lock_guard lock(mutex_);
-      if (result_) return;
-      handler = std::move(cancelHandler_);
-      cancelHandler_ = nullptr;
-      isCancelled_ = true;
-    }
-    complete(fail(TaskError::cancelled));
-    if (handler) handler();
-  }
-
-  void onCancel(std::move_only_function<void()> handler) {
-    {
-      const std::lock_guard lock(mutex_);
-      if (!isCancelled_) {
-        if (!result_) cancelHandler_.swap(handler);
-        return;
-      }
-    }
-    handler();
-  }
-
-  bool isCompleted() const {
-    const std::lock_guard lock(mutex_);
-    return result_ != nullptr;
-  }
-
-  void whenCompleted(Continuation continuation) {
-    {
-      const std::lock_guard lock(mutex_);
-      if (!result_) {
-        continuations_.push_back(std::move(continuation));
-        return;
-      }
-    }
-    continuation(shared());
-  }
-
-  std::optional<Result<T>> result() const {
-    const std::lock_guard lock(mutex_);
-    return result_ ? std::optional(*result_) : std::nullopt;
-  }
-
- private:
-  template <class Place>
-  void completeWith(const Place& place) {
-    std::vector<Continuation> continuations;
-    std::move_only_function<void()> unused;
-    {
-      const std::lock_guard lock(mutex_);
-      if (result_) return;
-      result_ = place();
-      continuations.swap(continuations_);
-      unused = std::move(cancelHandler_);
-    }
-    if (continuations.empty()) return;
-    const auto result = shared();
-    for (auto& continuation : continuations) continuation(result);
-  }
-
-  SharedResult<T> shared() { return SharedResult<T>(this->shared_from_this(), result_); }
-
-  mutable std::mutex mutex_;
-  const Result<T>* result_ = nullptr;  // never changes again once it is set; to own_ or into source_
-  std::optional<Result<T>> own_;
-  SharedResult<T> source_;
-  std::vector<Continuation> continuations_;
-  std::move_only_function<void()> cancelHandler_;
-  bool isCancelled_ = false;
 };
 
 }  // namespace detail
 
 /// A shared handle to one result that is there already or will come. It completes exactly once: with the producer's
-/// answer, or as cancelled when it is cancelled or its producer disappears. Copies are handles to the same result.
+/// answer, or as cancelled if it is cancelled or its producer is destroyed. Copies are handles to the same result.
 ///
 /// Continuations run in the order in which they were attached: on the given queue, which is always enqueued to, or else
-/// where the task completes (on the attaching thread when it has completed already). Those that take a weak `target`
-/// call `f(target, ...)`. When the target is gone, a side effect is skipped and the result passes on; where the
-/// target's answer was needed, the resulting task is cancelled.
+/// where the task completes (on the attaching thread if it has completed already). Those that take a weak `target`
+/// call `f(target, ...)`. If the target is gone, a side effect is skipped and the result passes on; where the target's
+/// answer was needed, the resulting task is cancelled. A chain may have any length: continuations that would be nested
+/// too deep run after the one that leads to them, before the outermost completion returns.
 ///
 /// Cancelling a task made by a continuation cancels the task it was made from, too.
 template <class T>
@@ -202,146 +130,77 @@ class Task {
   /// The result, once it is there.
   std::optional<Result<T>> result() const { return state_->result(); }
 
-  /// Completes the task as cancelled unless it has completed, then tells its producer. Any thread.
+  /// Completes the task as cancelled unless it has completed, then calls its producer's cancel handler. Any thread.
   void cancel() const { state_->cancel(); }
 
   /// The task that `f` returns for the value: `f(value) -> Task<U>`.
   template <class F>
   auto then(F f, QueueRef queue = {}) const {
-    using U = typename detail::IsTask<detail::ValueAnswer<F, T>>::Value;
-    return chain<U>(std::move(queue), [f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
-      if (*result) {
-        std::move(promise).follow(detail::applyValue(f, *result));
-      } else {
-        promise.complete(fail(result->error()));
-      }
-    });
+    return chainThen(detail::Unbound<F>{std::move(f)}, std::move(queue));
   }
-
   template <class Target, class F>
   auto then(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    using U = typename detail::IsTask<detail::ValueAnswer<F, T, Target&>>::Value;
-    return chain<U>(std::move(queue),
-                    [target = std::move(target), f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
-                      if (!*result) return promise.complete(fail(result->error()));
-                      if (const auto alive = target.lock())
-                        std::move(promise).follow(detail::applyValue(f, *result, *alive));
-                    });
+    return chainThen(detail::Bound<Target, F>{std::move(target), std::move(f)}, std::move(queue));
   }
 
   /// The value that `f` makes of the value: `f(value) -> U`.
   template <class F>
   auto map(F f, QueueRef queue = {}) const {
-    using U = detail::ValueAnswer<F, T>;
-    return chain<U>(std::move(queue), [f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
-      if (!*result) return promise.complete(fail(result->error()));
-      if constexpr (std::is_void_v<U>) {
-        detail::applyValue(f, *result);
-        promise.complete(Result<void>());
-      } else {
-        promise.complete(detail::applyValue(f, *result));
-      }
-    });
+    return chainMap(detail::Unbound<F>{std::move(f)}, std::move(queue));
   }
-
   template <class Target, class F>
   auto map(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    using U = detail::ValueAnswer<F, T, Target&>;
-    return chain<U>(std::move(queue),
-                    [target = std::move(target), f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
-                      if (!*result) return promise.complete(fail(result->error()));
-                      const auto alive = target.lock();
-                      if (!alive) return;
-                      if constexpr (std::is_void_v<U>) {
-                        detail::applyValue(f, *result, *alive);
-                        promise.complete(Result<void>());
-                      } else {
-                        promise.complete(detail::applyValue(f, *result, *alive));
-                      }
-                    });
+    return chainMap(detail::Bound<Target, F>{std::move(target), std::move(f)}, std::move(queue));
   }
 
   /// As `map`, for an `f` that can fail: `f(value) -> Result<U>`.
   template <class F>
   auto decode(F f, QueueRef queue = {}) const {
-    using U = typename detail::IsResult<detail::ValueAnswer<F, T>>::Value;
-    return chain<U>(std::move(queue), [f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
-      promise.complete(*result ? detail::applyValue(f, *result) : Result<U>(fail(result->error())));
-    });
+    return chainDecode(detail::Unbound<F>{std::move(f)}, std::move(queue));
   }
-
   template <class Target, class F>
   auto decode(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    using U = typename detail::IsResult<detail::ValueAnswer<F, T, Target&>>::Value;
-    return chain<U>(std::move(queue), [target, f = std::move(f)](const Shared& result, Promise<U> promise) mutable {
-      if (!*result) return promise.complete(fail(result->error()));
-      if (const auto alive = target.lock()) promise.complete(detail::applyValue(f, *result, *alive));
-    });
+    return chainDecode(detail::Bound<Target, F>{std::move(target), std::move(f)}, std::move(queue));
   }
 
-  /// Puts the task that `f` returns for the error in the error's place: `f(error) -> Task<T>`.
+  /// Replaces an error by the task that `f` returns for it: `f(error) -> Task<T>`.
   template <class F>
   Task catch_(F f, QueueRef queue = {}) const {
-    return chain<T>(std::move(queue), [f = std::move(f)](const Shared& result, Promise<T> promise) mutable {
-      if (*result) {
-        promise.completeAs(result);
-      } else {
-        std::move(promise).follow(f(result->error()));
-      }
-    });
+    return chainCatch(detail::Unbound<F>{std::move(f)}, std::move(queue));
   }
-
   template <class Target, class F>
   Task catch_(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return chain<T>(std::move(queue),
-                    [target = std::move(target), f = std::move(f)](const Shared& result, Promise<T> promise) mutable {
-                      if (*result) return promise.completeAs(result);
-                      if (const auto alive = target.lock()) std::move(promise).follow(f(*alive, result->error()));
-                    });
+    return chainCatch(detail::Bound<Target, F>{std::move(target), std::move(f)}, std::move(queue));
   }
 
   /// Side effects, which see the value, the error or the whole result; the result passes on after them.
-  template <class F>
-    requires(!std::is_convertible_v<F, T>)
+  template <detail::ValueObserver<T> F>
   Task success(F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [f = std::move(f)](const Result<T>& result) mutable {
-      if (result) detail::applyValue(f, result);
-    });
+    return observeValue(detail::Unbound<F>{std::move(f)}, std::move(queue));
   }
-
   template <class Target, class F>
   Task success(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
-      if (!result) return;
-      if (const auto alive = target.lock()) detail::applyValue(f, result, *alive);
-    });
+    return observeValue(detail::Bound<Target, F>{std::move(target), std::move(f)}, std::move(queue));
   }
 
   template <std::invocable<const Error&> F>
   Task failure(F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [f = std::move(f)](const Result<T>& result) mutable {
-      if (!result) f(result.error());
-    });
+    return observeError(detail::Unbound<F>{std::move(f)}, std::move(queue));
   }
-
   template <class Target, class F>
   Task failure(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
-      if (result) return;
-      if (const auto alive = target.lock()) f(*alive, result.error());
-    });
+    return observeError(detail::Bound<Target, F>{std::move(target), std::move(f)}, std::move(queue));
   }
 
   template <class F>
   Task finally(F f, QueueRef queue = {}) const {
     return observe(std::move(queue), std::move(f));
   }
-
   template <class Target, class F>
   Task finally(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
-    return observe(std::move(queue), [target = std::move(target), f = std::move(f)](const Result<T>& result) mutable {
-      if (const auto alive = target.lock()) f(*alive, result);
-    });
+    return observe(std::move(queue),
+                   [bound = detail::Bound<Target, F>{std::move(target), std::move(f)}](
+                       const Result<T>& result) mutable { bound.call([&](auto& call) { call(result); }); });
   }
 
   /// The end of a chain: `f(result)` on the queue. Cheaper than `finally`, since no task follows.
@@ -360,29 +219,55 @@ class Task {
 
   explicit Task(std::shared_ptr<detail::TaskState<T>> state) : state_(std::move(state)) {}
 
-  // A new task that `step(shared result, promise)` completes. A step that lets go of its promise cancels the new task.
-  // Once that is cancelled its step is not taken any more, unless the step is needed for what it does besides.
-  template <class U, class Step>
-  Task<U> chain(QueueRef queue, Step step, bool needsStep = false) const {
-    Promise<U> promise;
-    Task<U> next = promise.task();
-    promise.onCancel([upstream = std::weak_ptr(state_)] {
-      if (const auto alive = upstream.lock()) alive->cancel();
+  template <class Call>
+  auto chainThen(Call call, QueueRef queue) const {
+    using U = typename detail::TaskValue<typename Call::template Answer<T>>::Type;
+    return chainValue<U>(std::move(queue), std::move(call), [](auto& f, const Result<T>& result, Promise<U>& promise) {
+      std::move(promise).follow(detail::applyValue(f, result));
     });
-    if (queue) {
-      state_->whenCompleted([queue = std::move(queue), needsStep, step = std::move(step),
-                             promise = std::move(promise)](const Shared& result) mutable {
-        queue->async([result, needsStep, step = std::move(step), promise = std::move(promise)]() mutable {
-          if (needsStep || !promise.isCompleted()) step(result, std::move(promise));
-        });
-      });
-    } else {
-      state_->whenCompleted(
-          [needsStep, step = std::move(step), promise = std::move(promise)](const Shared& result) mutable {
-            if (needsStep || !promise.isCompleted()) step(result, std::move(promise));
-          });
-    }
-    return next;
+  }
+
+  template <class Call>
+  auto chainMap(Call call, QueueRef queue) const {
+    using U = typename Call::template Answer<T>;
+    return chainValue<U>(std::move(queue), std::move(call), [](auto& f, const Result<T>& result, Promise<U>& promise) {
+      if constexpr (std::is_void_v<U>) {
+        detail::applyValue(f, result);
+        promise.complete(Result<void>());
+      } else {
+        promise.complete(detail::applyValue(f, result));
+      }
+    });
+  }
+
+  template <class Call>
+  auto chainDecode(Call call, QueueRef queue) const {
+    using U = typename detail::ResultValue<typename Call::template Answer<T>>::Type;
+    return chainValue<U>(std::move(queue), std::move(call), [](auto& f, const Result<T>& result, Promise<U>& promise) {
+      promise.complete(detail::applyValue(f, result));
+    });
+  }
+
+  template <class Call>
+  Task chainCatch(Call call, QueueRef queue) const {
+    return chain<T>(std::move(queue), [call = std::move(call)](const Shared& result, Promise<T> promise) mutable {
+      if (*result) return promise.completeAs(result);
+      call.call([&](auto& f) { std::move(promise).follow(f(result->error())); });
+    });
+  }
+
+  template <class Call>
+  Task observeValue(Call call, QueueRef queue) const {
+    return observe(std::move(queue), [call = std::move(call)](const Result<T>& result) mutable {
+      if (result) call.call([&](auto& f) { detail::applyValue(f, result); });
+    });
+  }
+
+  template <class Call>
+  Task observeError(Call call, QueueRef queue) const {
+    return observe(std::move(queue), [call = std::move(call)](const Result<T>& result) mutable {
+      if (!result) call.call([&](auto& f) { f(result.error()); });
+    });
   }
 
   template <class Effect>
@@ -394,6 +279,37 @@ class Task {
           promise.completeAs(result);
         },
         true);
+  }
+
+  // A new task that `use(f, result, promise)` completes for a value. An error passes on.
+  template <class U, class Call, class Use>
+  Task<U> chainValue(QueueRef queue, Call call, Use use) const {
+    return chain<U>(std::move(queue), [call = std::move(call), use](const Shared& result, Promise<U> promise) mutable {
+      if (!*result) return promise.complete(fail(result->error()));
+      call.call([&](auto& f) { use(f, *result, promise); });
+    });
+  }
+
+  // A new task that `step(shared result, promise)` completes. A step that destroys its promise cancels the new task.
+  // Once that is cancelled its step is not taken any more, unless the step is needed for what it does besides.
+  template <class U, class Step>
+  Task<U> chain(QueueRef queue, Step step, bool needsStep = false) const {
+    Promise<U> promise;
+    Task<U> next = promise.task();
+    promise.onCancel([upstream = std::weak_ptr(state_)] {
+      if (const auto alive = upstream.lock()) alive->cancel();
+    });
+    auto take = [needsStep, step = std::move(step), promise = std::move(promise)](const Shared& result) mutable {
+      if (needsStep || !promise.isCompleted()) step(result, std::move(promise));
+    };
+    if (queue) {
+      state_->whenCompleted([queue = std::move(queue), take = std::move(take)](const Shared& result) mutable {
+        queue->async([result, take = std::move(take)]() mutable { take(result); });
+      });
+    } else {
+      state_->whenCompleted(std::move(take));
+    }
+    return next;
   }
 
   std::shared_ptr<detail::TaskState<T>> state_;
@@ -420,7 +336,7 @@ class Promise {
   void complete(Result<T> result) { state_->complete(std::move(result)); }
 
   /// What the producer does when the task is cancelled, on the cancelling thread, after the task has completed; at once
-  /// when it has been cancelled already. The latest handler counts.
+  /// if it has been cancelled already. It is not called for a task that completes otherwise. The latest handler counts.
   void onCancel(std::move_only_function<void()> handler) { state_->onCancel(std::move(handler)); }
 
   /// Completes the task with the result of another; a cancel goes on to that one.
@@ -432,7 +348,7 @@ class Promise {
         [promise = std::move(*this)](const detail::SharedResult<T>& result) mutable { promise.completeAs(result); });
   }
 
-  /// This promise as a completion. Letting go of the completion uncalled cancels the task.
+  /// This promise as a completion. Destroying the completion without calling it cancels the task.
   Completion<T> completion() && {
     return [promise = std::move(*this)](Result<T> result) mutable { promise.complete(std::move(result)); };
   }

@@ -115,6 +115,39 @@ TEST(Task, WhatIsCancelledWhileAStepIsQueuedIsNotStarted) {
   EXPECT_EQ(cancels, 1);
 }
 
+TEST(Task, ChainsOfAnyLengthCompleteCancelAndEndWithoutDeepRecursion) {
+  constexpr int length = 100'000;
+  int cancels = 0;
+  for (const bool isCancelledAtTheEnd : {false, true}) {
+    Promise<int> promise;
+    promise.onCancel([&] { ++cancels; });
+    auto task = promise.task();
+    for (int i = 0; i < length; ++i) {
+      task = i % 2 == 0 ? task.map([](int v) { return v + 1; }) : task.finally([](const Result<int>&) {});
+    }
+    if (isCancelledAtTheEnd) task.cancel();
+    promise.complete(0);
+    EXPECT_EQ(task.result()->value_or(-1), isCancelledAtTheEnd ? -1 : length / 2);
+  }
+  EXPECT_EQ(cancels, 1);
+
+  auto abandoned = std::make_unique<Promise<int>>();
+  auto task = abandoned->task();
+  for (int i = 0; i < length; ++i) task = task.catch_([](const Error& error) { return Task<int>::failure(error); });
+  abandoned.reset();
+  EXPECT_TRUE(isCancelled(task));
+}
+
+TEST(Task, AnObserverOfABoolIsNotTakenForItsValue) {
+  bool seen = false;
+  static bool isSeenWithoutCapture = false;
+  const auto task = Task<bool>::success(true);
+  task.success([&](bool value) { seen = value; });
+  task.success([](bool value) { isSeenWithoutCapture = value; });
+  EXPECT_TRUE(seen);
+  EXPECT_TRUE(isSeenWithoutCapture);
+}
+
 TEST(Task, AGoneTargetSkipsSideEffectsAndCancelsWhereItsAnswerWasNeeded) {
   auto target = std::make_shared<int>(3);
   int calls = 0;

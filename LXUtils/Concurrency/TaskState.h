@@ -1,0 +1,148 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "LXUtils/Foundation/Result.h"
+
+namespace lx {
+
+/// Why a task ended without its producer's answer.
+struct TaskError {
+  /// The task was cancelled, or its producer was destroyed.
+  static const TaskError cancelled;
+
+  std::string typeName() const { return "TaskError.cancelled"; }
+  std::string description() const { return "The operation was cancelled"; }
+  bool operator==(const TaskError&) const = default;
+};
+inline const TaskError TaskError::cancelled{};
+
+namespace detail {
+
+// How deep continuations are nested on a thread, and those that must wait because they would go too deep.
+struct ContinuationNesting {
+  static constexpr int limit = 50;
+  static ContinuationNesting& ofThisThread();
+
+  int depth = 0;
+  std::vector<std::move_only_function<void()>> deferred;
+};
+
+// Runs `work` now, or, if too many continuations are nested on this thread, as soon as the innermost of them returns:
+// a chain of any length needs a bounded stack.
+template <class Work>
+void runNested(Work work) {
+  auto& nesting = ContinuationNesting::ofThisThread();
+  if (nesting.depth == ContinuationNesting::limit) {
+    nesting.deferred.emplace_back(std::move(work));
+    return;
+  }
+  ++nesting.depth;
+  work();
+  while (nesting.depth == ContinuationNesting::limit && !nesting.deferred.empty()) {
+    auto deferred = std::exchange(nesting.deferred, {});
+    for (auto& next : deferred) next();
+  }
+  --nesting.depth;
+}
+
+// A completed task's result: it passes from task to task without a copy.
+template <class T>
+using SharedResult = std::shared_ptr<const Result<T>>;
+
+template <class T>
+class TaskState : public std::enable_shared_from_this<TaskState<T>> {
+ public:
+  using Continuation = std::move_only_function<void(const SharedResult<T>&)>;
+
+  void complete(Result<T> result) {
+    completeWith([&] { own_.emplace(std::move(result)); });
+  }
+
+  void completeAs(const SharedResult<T>& other) {
+    completeWith([&] { source_ = other; });
+  }
+
+  // Completes the task as cancelled and calls the cancel handler, in this order; neither if the task has completed.
+  void cancel() {
+    std::move_only_function<void()> handler;
+    completeWith([&] {
+      own_.emplace(fail(TaskError::cancelled));
+      isCancelled_ = true;
+      handler = std::move(cancelHandler_);
+    });
+    if (handler) runNested(std::move(handler));
+  }
+
+  void onCancel(std::move_only_function<void()> handler) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (!isCancelled_) {
+        if (!isCompletedLocked()) cancelHandler_.swap(handler);
+        return;
+      }
+    }
+    handler();
+  }
+
+  bool isCompleted() const {
+    const std::lock_guard lock(mutex_);
+    return isCompletedLocked();
+  }
+
+  void whenCompleted(Continuation continuation) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (!isCompletedLocked()) {
+        continuations_.push_back(std::move(continuation));
+        return;
+      }
+    }
+    continuation(shared());
+  }
+
+  std::optional<Result<T>> result() const {
+    const std::lock_guard lock(mutex_);
+    if (own_) return own_;
+    return source_ ? std::optional(*source_) : std::nullopt;
+  }
+
+ private:
+  template <class SetResult>
+  void completeWith(const SetResult& setResult) {
+    std::vector<Continuation> continuations;
+    std::move_only_function<void()> unused;
+    {
+      const std::lock_guard lock(mutex_);
+      if (isCompletedLocked()) return;
+      setResult();
+      continuations.swap(continuations_);
+      unused = std::move(cancelHandler_);
+    }
+    if (continuations.empty()) return;
+    runNested([continuations = std::move(continuations), result = shared()]() mutable {
+      for (auto& continuation : continuations) continuation(result);
+    });
+  }
+
+  bool isCompletedLocked() const { return own_ || source_; }
+
+  // Of a completed task, whose result never changes again. A result that came from another task is kept alive by that
+  // task alone: a chain of tasks does not hold on to its middle.
+  SharedResult<T> shared() { return source_ ? source_ : SharedResult<T>(this->shared_from_this(), &*own_); }
+
+  mutable std::mutex mutex_;
+  std::optional<Result<T>> own_;
+  SharedResult<T> source_;
+  std::vector<Continuation> continuations_;
+  std::move_only_function<void()> cancelHandler_;
+  bool isCancelled_ = false;
+};
+
+}  // namespace detail
+}  // namespace lx
