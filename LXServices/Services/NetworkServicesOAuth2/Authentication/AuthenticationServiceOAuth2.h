@@ -32,6 +32,10 @@ class AuthenticationServiceOAuth2 {
 
 class AuthenticationServiceOAuth2Impl final : public AuthenticationServiceOAuth2 {
  public:
+  using SocialRequestPayload = lx::SocialRequestPayload;
+  using SignonContextGoogle = lx::SignonContextGoogle;
+  using SignonContextApple = lx::SignonContextApple;
+
   struct ExchangeCodeRequest {
     std::string code;
     std::string codeVerifier;

@@ -15,7 +15,7 @@ struct OAuth2Credentials {
   std::string refreshToken;
   Date expirationDate;
 
-  /// The credentials of a token response that was decoded at `now`. A lifetime beyond the range of Date ends with it.
+  /// The credentials of a token response that was decoded at `now`.
   static OAuth2Credentials make(const OAuth2CredentialsResponse& response, Date now = Clock::system()->now());
 
   /// True when the access token expires within the next 60 seconds, or has expired.
