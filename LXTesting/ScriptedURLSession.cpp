@@ -30,7 +30,7 @@ NetworkResponse makeResponse(int statusCode, std::string_view body, HTTPHeaders 
   NetworkResponse response;
   response.statusCode = statusCode;
   response.headers = std::move(headers);
-  if (!body.empty()) response.body = dataOf(body);
+  if (!body.empty()) response.body = std::make_shared<const Data>(dataOf(body));
   return response;
 }
 

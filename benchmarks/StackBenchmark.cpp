@@ -93,7 +93,7 @@ class InstantURLSession final : public lx::URLSession {
   lx::Task<lx::NetworkResponse> send(lx::URLRequest request) override {
     lx::NetworkResponse response;
     response.statusCode = 404;
-    response.body = lx::dataOf(body);
+    response.body = std::make_shared<const lx::Data>(lx::dataOf(body));
     for (const char* name : {"Content-Type", "Content-Length", "Keep-Alive"}) response.headers.set(name, "benchmark");
     response.url = *std::move(request.url);
     return lx::Task<lx::NetworkResponse>::success(std::move(response));

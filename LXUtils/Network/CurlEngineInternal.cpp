@@ -142,13 +142,14 @@ void CurlEngine::stepEnded(CURL* easy, CURLcode code) {
   }
   finish(exchange, NetworkResponse{.statusCode = static_cast<int>(statusCode),
                                    .headers = std::move(collected.headers()),
-                                   .body = std::move(collected.body()),
+                                   .body = collected.releaseBody(),
                                    .url = url});
 }
 
 void CurlEngine::finish(const ExchangeRef& exchange, Result<NetworkResponse> result) {
   underWay_.erase({exchange->deadline, exchange});
   if (exchange->transfer && machinery_->idle.size() < configuration_.maximumIdleConnections) {
+    exchange->transfer->dropResponse();
     machinery_->idle.push_back(std::move(exchange->transfer));
   }
   exchange->transfer.reset();

@@ -36,6 +36,9 @@ class CurlTransfer {
   CURL* easy() const { return easy_.get(); }
   ResponseCollector& response() { return response_; }
 
+  /// Frees what came of the response, which an unused transfer would keep otherwise.
+  void dropResponse() { response_.reset(0); }
+
  private:
   bool setURL(const std::string& text);
   void setMethod(const URLRequest& request);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,8 +17,8 @@ struct HTTPCookie;
 struct NetworkResponse {
   int statusCode = 0;
   HTTPHeaders headers;
-  std::optional<Data> body;  ///< absent when the server sent no byte
-  URL url;                   ///< where the answer came from, after redirects
+  std::shared_ptr<const Data> body;  ///< null when the server sent no byte; copies of the response share it
+  URL url;                           ///< where the answer came from, after redirects
 
   /// True for the statuses 200 to 299.
   bool isSuccess() const { return statusCode >= 200 && statusCode < 300; }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <string>
+#include <utility>
 
 #include "LXUtils/Network/RequestRulesInternal.h"
 
@@ -10,7 +11,7 @@ namespace lx {
 
 void ResponseCollector::reset(std::size_t maximumBodySize) {
   headers_ = {};
-  body_.reset();
+  body_ = Data();
   maximumBodySize_ = maximumBodySize;
   headerBytes_ = 0;
   interim_ = true;
@@ -47,26 +48,28 @@ bool ResponseCollector::takeHeaderLine(std::string_view line) {
 }
 
 bool ResponseCollector::takeBody(std::span<const std::byte> chunk) {
-  if (chunk.size() > maximumBodySize_ - bodySize()) overflow_ = Overflow::body;
+  if (chunk.size() > maximumBodySize_ - body_.size()) overflow_ = Overflow::body;
   if (overflow_ != Overflow::none) return false;
-  if (chunk.empty()) return true;
-  if (!body_) {
-    body_.emplace();
-    reserveBody();
-  }
-  body_->insert(body_->end(), chunk.begin(), chunk.end());
+  makeRoom(chunk.size());
+  body_.insert(body_.end(), chunk.begin(), chunk.end());
   return true;
 }
 
-// The announced size is only a hint, and a hostile one may be far from what comes.
-void ResponseCollector::reserveBody() {
-  constexpr std::size_t largestTrusted = std::size_t{1} << 20;
-  const auto announced = headers_.value(HTTPHeaderName::contentLength);
-  std::size_t size = 0;
-  if (!announced || std::from_chars(announced->data(), announced->data() + announced->size(), size).ec != std::errc{}) {
-    return;
+std::shared_ptr<const Data> ResponseCollector::releaseBody() {
+  return body_.empty() ? nullptr : std::make_shared<const Data>(std::exchange(body_, Data()));
+}
+
+// A hostile announcement may be far from what comes: it counts in full only after the first part of the body has come.
+void ResponseCollector::makeRoom(std::size_t size) {
+  constexpr std::size_t largestFirst = std::size_t{1} << 20;
+  const auto needed = body_.size() + size;
+  if (needed <= body_.capacity()) return;
+  std::size_t announced = 0;
+  if (const auto text = headers_.value(HTTPHeaderName::contentLength)) {
+    std::from_chars(text->data(), text->data() + text->size(), announced);
   }
-  body_->reserve(std::min({size, maximumBodySize_, largestTrusted}));
+  if (body_.empty()) announced = std::min(announced, largestFirst);
+  body_.reserve(std::max(needed, std::min(std::max(announced, 2 * body_.capacity()), maximumBodySize_)));
 }
 
 }  // namespace lx

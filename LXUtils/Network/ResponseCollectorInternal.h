@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
+#include <memory>
 #include <span>
 #include <string_view>
 
@@ -29,17 +29,16 @@ class ResponseCollector {
   /// True once all headers of the response that counts are there.
   bool hasHeaders() const { return complete_; }
 
-  std::size_t bodySize() const { return body_ ? body_->size() : 0; }
   HTTPHeaders& headers() { return headers_; }
 
-  /// Absent when no byte came.
-  std::optional<Data>& body() { return body_; }
+  /// Moves the body out. Null when no byte came.
+  std::shared_ptr<const Data> releaseBody();
 
  private:
-  void reserveBody();
+  void makeRoom(std::size_t size);
 
   HTTPHeaders headers_;
-  std::optional<Data> body_;
+  Data body_;
   std::size_t maximumBodySize_ = 0;
   std::size_t headerBytes_ = 0;
   bool interim_ = true;

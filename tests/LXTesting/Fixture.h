@@ -47,7 +47,7 @@ class BackendTest : public testing::Test {
         {.caFile = backend->caFile(), .connectTo = address.empty() ? backend->address() : address});
     const auto result = MainQueue::shared()->runUntil(session->send(std::move(request)));
     if (!result) return {};
-    return {result->statusCode, *result, std::string(textView(result->body.value_or(Data())))};
+    return {result->statusCode, *result, std::string(result->body ? textView(*result->body) : "")};
   }
   static URLRequest request(HTTPMethod method, const std::string& path) {
     return {method, *URL::make("https://auth.lexiconia.com" + path)};

@@ -2,9 +2,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include "LXUtils/Network/CurlURLSession.h"
 #include "LXUtils/Network/HTTPCookieStorage.h"
+#include "LXUtils/Network/NetworkResponseAnalysis.h"
 
 #include "support/Examples.h"
 #include "support/LoopbackServer.h"
@@ -166,6 +168,23 @@ TEST(CurlURLSession, EndsEveryFaultOfAServerInOneTypedError) {
         << cases[i].name;
   }
   EXPECT_EQ(server.requests().size(), cases.size());
+}
+
+TEST(CurlURLSession, FreesTheBodyOfAFailedTransferAndSharesThatOfAResponse) {
+  const std::size_t size = std::size_t{8} << 20;
+  LoopbackServer server([&](const Request& request) {
+    if (request.path == "/whole") return Reply{response("200 OK", "", "x")};
+    return Reply{"HTTP/1.1 200 OK\r\nContent-Length: 9000000\r\n\r\n" + std::string(size, 'x'), Reply::Then::close};
+  });
+  const auto session = CurlURLSession::make();
+  const auto sent = session->send(get(server.url("/whole")));
+  const auto analyzed = resultOf(sent.decode(analyzeNetworkResponse()));
+  EXPECT_EQ(analyzed.value().body, resultOf(sent).value().body);
+
+  const auto allocated = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
+  const auto before = allocated();
+  EXPECT_EQ(kindOf(resultOf(session->send(get(server.url("/cut"))))), Kind::connectionLost);
+  EXPECT_LT(allocated(), before + size);
 }
 
 TEST(CurlURLSession, TellsHostsThatCannotBeFoundOrReachedApart) {

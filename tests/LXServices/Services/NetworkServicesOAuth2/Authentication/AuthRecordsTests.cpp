@@ -110,7 +110,7 @@ TEST(AuthErrors, ABlockReasonComesWithA403AloneAndFromTheAuthServerAlone) {
   const auto reasonOf = [](int status, std::optional<std::string_view> body) {
     NetworkResponse response;
     response.statusCode = status;
-    if (body) response.body = dataOf(*body);
+    if (body) response.body = std::make_shared<const Data>(dataOf(*body));
     const auto analyzed = analyzeAuthResponse()(response);
     if (analyzed) return std::string("success");
     const auto reason = blockReason(*analyzed.error().as<NetworkServiceError>());
