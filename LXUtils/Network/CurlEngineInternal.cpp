@@ -140,10 +140,37 @@ void CurlEngine::stepEnded(CURL* easy, CURLcode code) {
     ++exchange->redirects;
     return startStep(*exchange);
   }
-  finish(exchange, NetworkResponse{.statusCode = static_cast<int>(statusCode),
-                                   .headers = std::move(collected.headers()),
-                                   .body = collected.releaseBody(),
-                                   .url = url});
+  exchange->response = {.statusCode = static_cast<int>(statusCode),
+                        .headers = std::move(collected.headers()),
+                        .body = collected.releaseBody(),
+                        .url = url};
+  if (collected.isGzip() && exchange->response.body) return decode(exchange);
+  finish(exchange, std::move(exchange->response));
+}
+
+void CurlEngine::decode(const ExchangeRef& exchange) {
+  exchange->decoder.emplace(std::move(exchange->response.body), configuration_.maximumBodySize);
+  decoding_.push_back(exchange);
+  if (decoding_.size() == 1) runtime_->eventLoop().post([self = shared_from_this()] { self->decodeNext(); });
+}
+
+// One step of one body in each turn of the loop, so that sockets and deadlines get theirs.
+void CurlEngine::decodeNext() {
+  if (closed_) return;
+  const ExchangeRef exchange = std::move(decoding_.front());
+  decoding_.pop_front();
+  if (exchange->transfer) {
+    const auto complete = exchange->decoder->step();
+    if (!complete) {
+      finish(exchange, fail(complete.error()));
+    } else if (!*complete) {
+      decoding_.push_back(exchange);
+    } else {
+      exchange->response.body = exchange->decoder->releaseBody();
+      finish(exchange, std::move(exchange->response));
+    }
+  }
+  if (!decoding_.empty()) runtime_->eventLoop().post([self = shared_from_this()] { self->decodeNext(); });
 }
 
 void CurlEngine::finish(const ExchangeRef& exchange, Result<NetworkResponse> result) {
@@ -194,6 +221,7 @@ void CurlEngine::shutDown() {
     cancelled.push_back(exchange);
   }
   underWay_.clear();
+  decoding_.clear();
   machinery_.reset();
   for (const auto& exchange : cancelled) exchange->promise.complete(fail(TaskError::cancelled));
 }

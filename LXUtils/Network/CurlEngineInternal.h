@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -13,6 +14,7 @@
 #include "LXUtils/Network/CurlMultiInternal.h"
 #include "LXUtils/Network/CurlOptionsInternal.h"
 #include "LXUtils/Network/CurlTransferInternal.h"
+#include "LXUtils/Network/GzipDecoderInternal.h"
 #include "LXUtils/Network/LazyTimerInternal.h"
 #include "LXUtils/Network/NetworkResponse.h"
 #include "LXUtils/Network/URLRequest.h"
@@ -43,7 +45,9 @@ class CurlEngine : public std::enable_shared_from_this<CurlEngine> {
     Promise<NetworkResponse> promise;
     Deadline started;
     Deadline deadline;
-    std::unique_ptr<CurlTransfer> transfer;
+    std::unique_ptr<CurlTransfer> transfer;  // until the exchange has ended
+    NetworkResponse response;                // with a body that is still compressed
+    std::optional<GzipDecoder> decoder;
     int redirects = 0;
     bool usesJar = false;
     std::atomic<bool> cancelled{false};
@@ -65,6 +69,8 @@ class CurlEngine : public std::enable_shared_from_this<CurlEngine> {
   void start(const ExchangeRef& exchange);
   void startStep(Exchange& exchange);
   void stepEnded(CURL* easy, CURLcode code);
+  void decode(const ExchangeRef& exchange);
+  void decodeNext();
   void finish(const ExchangeRef& exchange, Result<NetworkResponse> result);
   void abandon(const ExchangeRef& exchange);
   void endOverdue();
@@ -83,6 +89,7 @@ class CurlEngine : public std::enable_shared_from_this<CurlEngine> {
   // On the loop's thread alone.
   std::unique_ptr<Machinery> machinery_;
   std::set<std::pair<Deadline, ExchangeRef>> underWay_;
+  std::deque<ExchangeRef> decoding_;
 };
 
 }  // namespace lx

@@ -77,13 +77,17 @@ std::string detailsOf(CURL* easy, CURLcode code) {
 
 }  // namespace
 
-URLSessionError errorOf(CURL* easy, CURLcode code, std::string_view message, ResponseCollector::Overflow overflow) {
-  switch (overflow) {
-    case ResponseCollector::Overflow::body:
+URLSessionError errorOf(CURL* easy, CURLcode code, std::string_view message, ResponseCollector::Fault fault) {
+  switch (fault) {
+    case ResponseCollector::Fault::body:
       return {Kind::bodyTooLarge, {}};
-    case ResponseCollector::Overflow::headers:
+    case ResponseCollector::Fault::headers:
       return {Kind::badServerResponse, "too many headers"};
-    case ResponseCollector::Overflow::none:
+    case ResponseCollector::Fault::coding:
+      return {Kind::badServerResponse, "a coding that was not asked for"};
+    case ResponseCollector::Fault::memory:
+      return {Kind::other, "out of memory"};
+    case ResponseCollector::Fault::none:
       break;
   }
   return {kindOf(code, message), detailsOf(easy, code)};

@@ -27,7 +27,9 @@ CurlEasy CurlOptions::makeEasy() const {
   curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
   curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
   curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+  // libcurl would decode all that it has read at once, however large that becomes.
   curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "gzip");
+  curl_easy_setopt(handle, CURLOPT_HTTP_CONTENT_DECODING, 0L);
   curl_easy_setopt(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   if (configuration_.userAgent) curl_easy_setopt(handle, CURLOPT_USERAGENT, configuration_.userAgent->c_str());
 

@@ -63,7 +63,7 @@ bool CurlTransfer::setURL(const std::string& text) {
 }
 
 std::optional<URLSessionError> CurlTransfer::failure(CURLcode code) const {
-  if (code != CURLE_OK) return errorOf(easy(), code, message_.data(), response_.overflow());
+  if (code != CURLE_OK) return errorOf(easy(), code, message_.data(), response_.fault());
   // For libcurl, headers that break off in the middle are a whole response.
   if (!response_.hasHeaders()) return URLSessionError{URLSessionError::Kind::connectionLost, "in the headers"};
   return std::nullopt;

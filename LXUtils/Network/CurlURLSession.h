@@ -11,9 +11,13 @@ class CurlEngine;
 
 /// The session that sends over the network. All its requests share its connections, which are kept. Any thread.
 ///
-/// Sends http and https, over TLS 1.2 or later with the peer's certificate and name always checked. Bodies may come
-/// compressed; they arrive decompressed, with the headers as they were sent. A response's headers are those of the last
-/// response alone: none of an interim response, of a redirect that was followed or of a proxy.
+/// Sends http and https, over TLS 1.2 or later with the peer's certificate and name always checked. A response's
+/// headers are those of the last response alone: none of an interim response, of a redirect that was followed or of a
+/// proxy.
+///
+/// A body may come compressed once with gzip. It is decompressed in steps between which other requests proceed, and the
+/// headers stay as they were sent. Any other content or transfer coding fails as `badServerResponse` when the headers
+/// are complete.
 ///
 /// Redirects (301, 302, 303, 307, 308) of GET and HEAD without a body are followed, at most 10 of them, all within the
 /// one time-out; other methods and redirects without a Location get the response itself. From https to http, and to

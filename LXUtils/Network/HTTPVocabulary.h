@@ -26,6 +26,8 @@ struct HTTPHeaderName {
   static const HTTPHeaderName contentType;
   static const HTTPHeaderName contentLength;
   static const HTTPHeaderName contentMD5;
+  static const HTTPHeaderName contentEncoding;
+  static const HTTPHeaderName transferEncoding;
   static const HTTPHeaderName userAgent;
   static const HTTPHeaderName referer;
   static const HTTPHeaderName location;
@@ -43,6 +45,8 @@ inline constexpr HTTPHeaderName HTTPHeaderName::csrfToken{"X-CSRF-Token"};
 inline constexpr HTTPHeaderName HTTPHeaderName::contentType{"Content-Type"};
 inline constexpr HTTPHeaderName HTTPHeaderName::contentLength{"Content-Length"};
 inline constexpr HTTPHeaderName HTTPHeaderName::contentMD5{"Content-MD5"};
+inline constexpr HTTPHeaderName HTTPHeaderName::contentEncoding{"Content-Encoding"};
+inline constexpr HTTPHeaderName HTTPHeaderName::transferEncoding{"Transfer-Encoding"};
 inline constexpr HTTPHeaderName HTTPHeaderName::userAgent{"User-Agent"};
 inline constexpr HTTPHeaderName HTTPHeaderName::referer{"Referer"};
 inline constexpr HTTPHeaderName HTTPHeaderName::location{"Location"};

@@ -2,12 +2,35 @@
 
 #include <algorithm>
 #include <charconv>
+#include <new>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "LXUtils/Network/RequestRulesInternal.h"
 
 namespace lx {
+namespace {
+
+/// The elements of a list over all lines of that name (RFC 9110, section 5.6.1).
+std::vector<std::string_view> elementsOf(const HTTPHeaders& headers, HTTPHeaderName name) {
+  std::vector<std::string_view> elements;
+  for (auto rest : headers.values(name)) {
+    while (!rest.empty()) {
+      const auto comma = std::min(rest.find(','), rest.size());
+      const auto element = trimmedFieldValue(rest.substr(0, comma));
+      if (!element.empty()) elements.push_back(element);
+      rest.remove_prefix(std::min(comma + 1, rest.size()));
+    }
+  }
+  return elements;
+}
+
+bool isOnly(const std::vector<std::string_view>& elements, std::string_view name) {
+  return elements.size() == 1 && equalIgnoringCase(elements.front(), name);
+}
+
+}  // namespace
 
 void ResponseCollector::reset(std::size_t maximumBodySize) {
   headers_ = {};
@@ -16,19 +39,20 @@ void ResponseCollector::reset(std::size_t maximumBodySize) {
   headerBytes_ = 0;
   interim_ = true;
   complete_ = false;
-  overflow_ = Overflow::none;
+  isGzip_ = false;
+  fault_ = Fault::none;
 }
 
 bool ResponseCollector::takeHeaderLine(std::string_view line) {
   headerBytes_ += line.size();
-  if (headerBytes_ > maximumHeaderBytes) overflow_ = Overflow::headers;
-  if (overflow_ != Overflow::none) return false;
+  if (headerBytes_ > maximumHeaderBytes) fault_ = Fault::headers;
+  if (fault_ != Fault::none) return false;
   if (complete_) return true;
 
   while (line.ends_with('\n') || line.ends_with('\r')) line.remove_suffix(1);
   if (line.empty()) {
-    complete_ = !interim_;
-    return true;
+    headersEnded();
+    return fault_ == Fault::none;
   }
   if (line.starts_with("HTTP/")) {
     headers_ = {};
@@ -40,17 +64,29 @@ bool ResponseCollector::takeHeaderLine(std::string_view line) {
   // What has no name is no field; the continuation of a folded one (obsolete, RFC 9112, section 5.2) is dropped.
   if (colon == std::string_view::npos || colon == 0 || line.front() == ' ' || line.front() == '\t') return true;
   if (headers_.fields().size() == maximumHeaderFields) {
-    overflow_ = Overflow::headers;
+    fault_ = Fault::headers;
     return false;
   }
   headers_.add(trimmedFieldValue(line.substr(0, colon)), std::string(trimmedFieldValue(line.substr(colon + 1))));
   return true;
 }
 
+// Every block is checked, since libcurl would also decode a body by what an interim response says of its transfer.
+void ResponseCollector::headersEnded() {
+  const auto content = elementsOf(headers_, HTTPHeaderName::contentEncoding);
+  const auto transfer = elementsOf(headers_, HTTPHeaderName::transferEncoding);
+  isGzip_ = isOnly(content, "gzip");
+  if ((!content.empty() && !isGzip_) || (!transfer.empty() && !isOnly(transfer, "chunked"))) fault_ = Fault::coding;
+  complete_ = !interim_;
+}
+
 bool ResponseCollector::takeBody(std::span<const std::byte> chunk) {
-  if (chunk.size() > maximumBodySize_ - body_.size()) overflow_ = Overflow::body;
-  if (overflow_ != Overflow::none) return false;
-  makeRoom(chunk.size());
+  if (chunk.size() > maximumBodySize_ - body_.size()) fault_ = Fault::body;
+  if (fault_ != Fault::none) return false;
+  if (!makeRoom(chunk.size())) {
+    fault_ = Fault::memory;
+    return false;
+  }
   body_.insert(body_.end(), chunk.begin(), chunk.end());
   return true;
 }
@@ -60,16 +96,21 @@ std::shared_ptr<const Data> ResponseCollector::releaseBody() {
 }
 
 // A hostile announcement may be far from what comes: it counts in full only after the first part of the body has come.
-void ResponseCollector::makeRoom(std::size_t size) {
+bool ResponseCollector::makeRoom(std::size_t size) {
   constexpr std::size_t largestFirst = std::size_t{1} << 20;
   const auto needed = body_.size() + size;
-  if (needed <= body_.capacity()) return;
+  if (needed <= body_.capacity()) return true;
   std::size_t announced = 0;
   if (const auto text = headers_.value(HTTPHeaderName::contentLength)) {
     std::from_chars(text->data(), text->data() + text->size(), announced);
   }
   if (body_.empty()) announced = std::min(announced, largestFirst);
-  body_.reserve(std::max(needed, std::min(std::max(announced, 2 * body_.capacity()), maximumBodySize_)));
+  try {
+    body_.reserve(std::max(needed, std::min(std::max(announced, 2 * body_.capacity()), maximumBodySize_)));
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  return true;
 }
 
 }  // namespace lx

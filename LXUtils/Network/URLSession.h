@@ -19,7 +19,7 @@ struct URLSessionError {
     secureConnectionFailed,  ///< TLS: the handshake failed or the certificate is not trusted for the host
     timedOut,
     connectionLost,     ///< cut while sending or receiving
-    badServerResponse,  ///< what came is not HTTP
+    badServerResponse,  ///< not HTTP, or in a coding that was not asked for
     bodyTooLarge,       ///< beyond the session's limit
     tooManyRedirects,
     redirectRefused,  ///< from https to http, or to what is no URL

@@ -22,7 +22,7 @@ struct URLSessionConfiguration {
   /// The longest that making one connection may take, the TLS handshake included.
   std::chrono::milliseconds connectTimeout = std::chrono::seconds(15);
 
-  /// The most bytes that the body of a response may have, counted after decompression.
+  /// The most bytes that the body of a response may have, counted before and after decompression.
   std::size_t maximumBodySize = std::size_t{32} << 20;
 
   /// The most connections that are kept open while idle, and the most that are open at once.
