@@ -108,10 +108,9 @@ void CurlEngine::start(const ExchangeRef& exchange) {
 void CurlEngine::startStep(Exchange& exchange) {
   const std::string cookies =
       exchange.usesJar ? configuration_.cookieStorage->cookieHeaderFor(*exchange.request.url) : "";
-  if (!exchange.transfer->prepare(exchange.request, cookies, configuration_.maximumBodySize)) {
-    using enum URLSessionError::Kind;
-    const auto kind = exchange.redirects > 0 ? redirectRefused : invalidRequest;
-    return finish(exchange.shared_from_this(), fail(URLSessionError{kind, "not a URL for libcurl"}));
+  if (auto fault = exchange.transfer->prepare(exchange.request, cookies, configuration_)) {
+    if (exchange.redirects > 0) fault->kind = URLSessionError::Kind::redirectRefused;
+    return finish(exchange.shared_from_this(), fail(std::move(*fault)));
   }
   curl_easy_setopt(exchange.transfer->easy(), CURLOPT_PRIVATE, &exchange);
   if (machinery_->multi.add(exchange.transfer->easy())) return;

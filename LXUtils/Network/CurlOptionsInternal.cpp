@@ -31,7 +31,6 @@ CurlEasy CurlOptions::makeEasy() const {
   curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "gzip");
   curl_easy_setopt(handle, CURLOPT_HTTP_CONTENT_DECODING, 0L);
   curl_easy_setopt(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-  if (configuration_.userAgent) curl_easy_setopt(handle, CURLOPT_USERAGENT, configuration_.userAgent->c_str());
 
   curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
   curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);

@@ -39,13 +39,18 @@ CurlTransfer::CurlTransfer(const CurlOptions& options) : url_(curl_url()), easy_
   curl_easy_setopt(easy(), CURLOPT_ERRORBUFFER, message_.data());
 }
 
-bool CurlTransfer::prepare(const URLRequest& request, std::string_view cookies, std::size_t maximumBodySize) {
-  response_.reset(maximumBodySize);
+std::optional<URLSessionError> CurlTransfer::prepare(const URLRequest& request, std::string_view cookies,
+                                                     const URLSessionConfiguration& configuration) {
+  using enum URLSessionError::Kind;
+  response_.reset(configuration.maximumBodySize);
   mayBeSentAgain_ = isIdempotent(request.method);
   wasSent_ = false;
   setMethod(request);
-  setHeaders(request, cookies, sendsBody(request));
-  return setURL(request.url->string());
+  if (!setHeaders(request, cookies, configuration)) {
+    return URLSessionError{invalidRequest, "a header with CR, LF or NUL, or whose name is no token"};
+  }
+  if (!setURL(request.url->string())) return URLSessionError{invalidRequest, "not a URL for libcurl"};
+  return std::nullopt;
 }
 
 // libcurl takes a URL apart several times a request when it is given the text, at a fifth of the client's work for a
@@ -86,24 +91,27 @@ void CurlTransfer::setMethod(const URLRequest& request) {
   curl_easy_setopt(easy(), CURLOPT_CUSTOMREQUEST, customMethod);
 }
 
-void CurlTransfer::setHeaders(const URLRequest& request, std::string_view cookies, bool withBody) {
+bool CurlTransfer::setHeaders(const URLRequest& request, std::string_view cookies,
+                              const URLSessionConfiguration& configuration) {
   text_.clear();
   starts_.clear();
-  bool hasContentType = false;
+  const auto lacks = [&](HTTPHeaderName name) { return !request.headers.value(name); };
   for (const auto& [name, value] : request.headers.fields()) {
-    if (isFramingField(name)) continue;
-    hasContentType = hasContentType || equalIgnoringCase(name, HTTPHeaderName::contentType.rawValue);
-    addLine(name, trimmedFieldValue(value));
+    if (!isFramingField(name) && !addLine(name, trimmedFieldValue(value))) return false;
   }
-  if (!cookies.empty()) addLine(HTTPHeaderName::cookie.rawValue, cookies);
+  if (!cookies.empty() && !addLine(HTTPHeaderName::cookie.rawValue, cookies)) return false;
+  if (configuration.userAgent && lacks(HTTPHeaderName::userAgent) &&
+      !addLine(HTTPHeaderName::userAgent.rawValue, *configuration.userAgent)) {
+    return false;
+  }
   // In libcurl's notation a name with nothing after the colon is a header not to send.
   const auto suppress = [this](std::string_view name) {
     starts_.push_back(text_.size());
     text_.append(name).append(1, ':').append(1, '\0');
   };
-  if (withBody) {
+  if (sendsBody(request)) {
     suppress("Expect");
-    if (!hasContentType) suppress(HTTPHeaderName::contentType.rawValue);
+    if (lacks(HTTPHeaderName::contentType)) suppress(HTTPHeaderName::contentType.rawValue);
   }
 
   lines_.resize(starts_.size());
@@ -111,9 +119,12 @@ void CurlTransfer::setHeaders(const URLRequest& request, std::string_view cookie
     lines_[i] = {text_.data() + starts_[i], i + 1 < lines_.size() ? &lines_[i + 1] : nullptr};
   }
   curl_easy_setopt(easy(), CURLOPT_HTTPHEADER, lines_.empty() ? nullptr : lines_.data());
+  return true;
 }
 
-void CurlTransfer::addLine(std::string_view name, std::string_view value) {
+// Every line that libcurl is given comes through here, whatever its source: the request, the jar, the configuration.
+bool CurlTransfer::addLine(std::string_view name, std::string_view value) {
+  if (!isFieldName(name) || !isFieldValue(value)) return false;
   starts_.push_back(text_.size());
   text_.append(name);
   if (value.empty()) {
@@ -122,6 +133,7 @@ void CurlTransfer::addLine(std::string_view name, std::string_view value) {
     text_.append(": ").append(value);
   }
   text_.append(1, '\0');
+  return true;
 }
 
 std::size_t CurlTransfer::headerArrived(char* data, std::size_t size, std::size_t count, void* transfer) {

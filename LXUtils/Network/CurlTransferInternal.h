@@ -27,8 +27,9 @@ class CurlTransfer {
   bool isUsable() const { return easy_ && url_; }
 
   /// Sets the next request up, with `cookies`, unless empty, as its Cookie header. The body of the request is not
-  /// copied and must stay until the transfer has ended. False when libcurl does not take the URL.
-  bool prepare(const URLRequest& request, std::string_view cookies, std::size_t maximumBodySize);
+  /// copied and must stay until the transfer has ended. Returns why the request cannot be sent, or nothing.
+  std::optional<URLSessionError> prepare(const URLRequest& request, std::string_view cookies,
+                                         const URLSessionConfiguration& configuration);
 
   /// How the transfer failed; nothing when a whole response came.
   std::optional<URLSessionError> failure(CURLcode code) const;
@@ -42,8 +43,8 @@ class CurlTransfer {
  private:
   bool setURL(const std::string& text);
   void setMethod(const URLRequest& request);
-  void setHeaders(const URLRequest& request, std::string_view cookies, bool withBody);
-  void addLine(std::string_view name, std::string_view value);
+  bool setHeaders(const URLRequest& request, std::string_view cookies, const URLSessionConfiguration& configuration);
+  bool addLine(std::string_view name, std::string_view value);
 
   static std::size_t headerArrived(char* data, std::size_t size, std::size_t count, void* transfer);
   static std::size_t bodyArrived(char* data, std::size_t size, std::size_t count, void* transfer);

@@ -17,7 +17,10 @@ CurlURLSession::CurlURLSession(std::shared_ptr<CurlEngine> engine, std::optional
 CurlURLSession::~CurlURLSession() { engine_->close(); }
 
 Task<NetworkResponse> CurlURLSession::send(URLRequest request) {
-  if (auto fault = faultOf(request)) return Task<NetworkResponse>::failure(std::move(*fault));
+  if (!request.url || !isSendable(*request.url)) {
+    return Task<NetworkResponse>::failure(
+        URLSessionError{URLSessionError::Kind::invalidRequest, "no absolute http or https URL"});
+  }
   return engine_->send(std::move(request));
 }
 

@@ -33,8 +33,8 @@ class CurlURLSession final : public URLSession {
   /// What is under way ends as cancelled, shortly after, on the session's thread.
   ~CurlURLSession() override;
 
-  /// A request that cannot be sent (`invalidRequest`: no absolute http(s) URL without user information, a header with
-  /// CR, LF or NUL or with a name that is no token) fails before this returns.
+  /// Nothing is sent of a request without an absolute http(s) URL, with user information in it, or with a header whose
+  /// name is no token or whose value holds CR, LF or NUL. It fails as `invalidRequest`.
   Task<NetworkResponse> send(URLRequest request) override;
 
   std::optional<std::chrono::milliseconds> callTimeout() const override { return callTimeout_; }

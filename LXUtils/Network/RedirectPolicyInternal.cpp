@@ -3,6 +3,7 @@
 #include <string>
 
 #include "LXUtils/Network/RequestRulesInternal.h"
+#include "LXUtils/Network/URLSession.h"
 
 namespace lx {
 namespace {

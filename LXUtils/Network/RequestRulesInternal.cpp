@@ -1,19 +1,13 @@
 #include "LXUtils/Network/RequestRulesInternal.h"
 
 #include "LXUtils/Foundation/PercentEncoding.h"
+#include "LXUtils/Network/HTTPHeaders.h"
 
 namespace lx {
 namespace {
 
 // RFC 9110, section 5.6.2.
 constexpr CharacterSet tokenCharacters{"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789!#$%&'*+-.^_`|~"};
-
-bool isToken(std::string_view text) { return !text.empty() && tokenCharacters.containsAll(text); }
-
-// Three searches: each runs over whole words, unlike one that compares every character three times.
-bool breaksOut(std::string_view value) { return value.contains('\r') || value.contains('\n') || value.contains('\0'); }
-
-URLSessionError invalid(const char* details) { return {URLSessionError::Kind::invalidRequest, details}; }
 
 }  // namespace
 
@@ -22,13 +16,11 @@ bool isSendable(const URL& url) {
   return !url.host().empty() && !url.user();
 }
 
-std::optional<URLSessionError> faultOf(const URLRequest& request) {
-  if (!request.url || !isSendable(*request.url)) return invalid("no absolute http or https URL");
-  for (const auto& [name, value] : request.headers.fields()) {
-    if (!isToken(name)) return invalid("the name of a header is no token");
-    if (breaksOut(value)) return invalid("a header holds CR, LF or NUL");
-  }
-  return std::nullopt;
+bool isFieldName(std::string_view text) { return !text.empty() && tokenCharacters.containsAll(text); }
+
+// Three searches: each runs over whole words, unlike one that compares every character three times.
+bool isFieldValue(std::string_view text) {
+  return !text.contains('\r') && !text.contains('\n') && !text.contains('\0');
 }
 
 bool isFramingField(std::string_view name) {

@@ -1,18 +1,19 @@
 #pragma once
 
-#include <optional>
 #include <string_view>
 
-#include "LXUtils/Network/URLRequest.h"
-#include "LXUtils/Network/URLSession.h"
+#include "LXUtils/Foundation/URL.h"
 
 namespace lx {
 
 /// True for an absolute http or https URL without user information.
 bool isSendable(const URL& url);
 
-/// Why a request must not be sent; nothing when it may be.
-std::optional<URLSessionError> faultOf(const URLRequest& request);
+/// True for a token (RFC 9110, section 5.6.2).
+bool isFieldName(std::string_view text);
+
+/// True unless the text holds CR, LF or NUL, with which it would end its line.
+bool isFieldValue(std::string_view text);
 
 /// True for the fields that frame a message, which only the transport can get right.
 bool isFramingField(std::string_view name);
