@@ -15,7 +15,7 @@ class SessionClient final : public Client {
     lx::URLSessionConfiguration configuration;
     configuration.caFile = server.caFile;
     configuration.connectTo = server.address;
-    session_ = lx::CurlURLSession::make(configuration);
+    session_ = lx::CurlURLSession::make(configuration).value();
   }
 
   void send(bool post, Done done) override {
@@ -32,7 +32,7 @@ class SessionClient final : public Client {
 
  private:
   lx::URL url_ = *lx::URL::make(url);
-  std::shared_ptr<lx::CurlURLSession> session_;
+  std::shared_ptr<lx::URLSession> session_;
 };
 
 }  // namespace

@@ -1,10 +1,20 @@
 #include "LXUtils/Network/CurlOptionsInternal.h"
 
+#include <algorithm>
+#include <limits>
 #include <mutex>
 
 #include "LXUtils/Foundation/OpenSSLInternal.h"
 
 namespace lx {
+namespace {
+
+// libcurl ignores a time whose milliseconds are no int.
+long atMostAnInt(std::chrono::milliseconds time) {
+  return static_cast<long>(std::min<std::chrono::milliseconds::rep>(time.count(), std::numeric_limits<int>::max()));
+}
+
+}  // namespace
 
 void initialiseCurl() {
   initialiseOpenSSL();
@@ -52,7 +62,7 @@ CurlEasy CurlOptions::makeEasy() const {
   // Allocated anew for each request over TLS. Freeing the 64 KiB of the default makes the allocator tidy up its heap
   // each time, and now and then give memory back to the system.
   curl_easy_setopt(handle, CURLOPT_UPLOAD_BUFFERSIZE, 16L << 10);
-  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(configuration_.connectTimeout.count()));
+  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, atMostAnInt(configuration_.connectTimeout));
   // Without it, ending a transfer would wait for its name look-up, and all others with it.
   curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
   return easy;

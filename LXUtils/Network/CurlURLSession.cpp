@@ -5,9 +5,10 @@
 
 namespace lx {
 
-std::shared_ptr<CurlURLSession> CurlURLSession::make(URLSessionConfiguration configuration) {
+Result<std::shared_ptr<URLSession>> CurlURLSession::make(URLSessionConfiguration configuration) {
+  if (const auto valid = configuration.validate(); !valid) return fail(valid.error());
   const auto callTimeout = configuration.callTimeout;
-  return std::shared_ptr<CurlURLSession>(
+  return std::shared_ptr<URLSession>(
       new CurlURLSession(std::make_shared<CurlEngine>(std::move(configuration)), callTimeout));
 }
 

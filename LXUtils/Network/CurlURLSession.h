@@ -28,7 +28,8 @@ class CurlEngine;
 /// on. A POST or PATCH is sent at most once, also when a kept connection turns out to be dead.
 class CurlURLSession final : public URLSession {
  public:
-  static std::shared_ptr<CurlURLSession> make(URLSessionConfiguration configuration = {});
+  /// Errors: URLSessionConfigurationError.
+  static Result<std::shared_ptr<URLSession>> make(URLSessionConfiguration configuration = {});
 
   /// What is under way ends as cancelled, shortly after, on the session's thread.
   ~CurlURLSession() override;

@@ -6,9 +6,22 @@
 #include <optional>
 #include <string>
 
+#include "LXUtils/Foundation/Result.h"
+
 namespace lx {
 
 class HTTPCookieStorage;
+
+/// A field of a configuration with which no session can be made. Its value is left out, since a proxy's URL can hold a
+/// password.
+struct URLSessionConfigurationError {
+  std::string field;     ///< its name in URLSessionConfiguration
+  std::string expected;  ///< in words
+
+  std::string typeName() const;
+  std::string description() const;
+  bool operator==(const URLSessionConfigurationError&) const = default;
+};
 
 /// How a session sends its requests.
 struct URLSessionConfiguration {
@@ -29,13 +42,15 @@ struct URLSessionConfiguration {
   std::size_t maximumIdleConnections = 32;
   std::size_t maximumConnections = 128;
 
-  /// The proxy's URL. Without one there is no proxy, whatever the environment says.
+  /// The proxy's URL, with its scheme: http, https, socks4, socks4a, socks5 or socks5h. Without one there is no proxy,
+  /// whatever the environment says.
   std::optional<std::string> proxy = std::nullopt;
 
   /// A PEM file of the only certificate authorities to trust; the system's when absent.
   std::optional<std::string> caFile = std::nullopt;
 
-  /// "HOST:PORT": connections for any host go there. Names and certificates are checked as if they did not.
+  /// "HOST:PORT" or "[IPv6]:PORT": connections for any host go there. Names and certificates are checked as if they did
+  /// not.
   std::optional<std::string> connectTo = std::nullopt;
 
   /// The User-Agent of requests that have none of their own.
@@ -44,6 +59,9 @@ struct URLSessionConfiguration {
   /// The jar that supplies cookies to requests without a Cookie header and keeps those of every response. None when
   /// empty.
   std::shared_ptr<HTTPCookieStorage> cookieStorage = nullptr;
+
+  /// Looks at each field and reads the CA file. Errors: URLSessionConfigurationError for the first invalid field.
+  Result<void> validate() const;
 };
 
 }  // namespace lx

@@ -102,7 +102,9 @@ Result<std::unique_ptr<Stack>> Stack::make(const GlobalOptions& options) {
   configuration.connectTo = options.connectTo;
   configuration.callTimeout = options.timeout;
   configuration.userAgent = settings->preferredUserAgent();
-  stack->session_ = CurlURLSession::make(std::move(configuration));
+  const auto session = CurlURLSession::make(std::move(configuration));
+  if (!session) return fail(session.error());
+  stack->session_ = *session;
   stack->networking_ = std::make_unique<OAuth2NetworkingBuilderImpl>(
       std::make_shared<ToolAppService>(*std::move(settings)), *environment, std::nullopt, stack->session_,
       std::make_shared<HoldingStorage>(*store), root->appendingPath(*group + "/token-refresh.lock"));

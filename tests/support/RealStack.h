@@ -69,8 +69,9 @@ struct RealStackOptions {
 struct RealStack {
   explicit RealStack(RealStackOptions options)
       : app(std::make_shared<RealStackApp>(options.containerID)),
-        session(std::make_shared<LimitedURLSession>(CurlURLSession::make(
-            {.maximumBodySize = 64 << 10, .caFile = options.caFile, .connectTo = options.address}))),
+        session(std::make_shared<LimitedURLSession>(
+            CurlURLSession::make({.maximumBodySize = 64 << 10, .caFile = options.caFile, .connectTo = options.address})
+                .value())),
         store(options.storage ? options.storage : *FileCredentialsStorage::make(options.folder)),
         builder(app, environment, options.enrollmentToken, session, store,
                 *URL::make("file://" + options.folder + "/refresh.lock"), options.waiting, options.clock) {}
