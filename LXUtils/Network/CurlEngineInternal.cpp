@@ -126,10 +126,14 @@ void CurlEngine::stepEnded(CURL* easy, CURLcode code) {
   auto& collected = exchange->transfer->response();
   URL& url = *exchange->request.url;
   if (auto failure = exchange->transfer->failure(code)) return finish(exchange, fail(std::move(*failure)));
-  if (configuration_.cookieStorage) configuration_.cookieStorage->storeFrom(url, collected.headers());
-
   long statusCode = 0;
   curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &statusCode);
+  // Over TLS the proxy's own answer is a failed transfer, and a 407 is the server's.
+  if (statusCode == 407 && configuration_.proxy && equalIgnoringCase(url.scheme(), "http")) {
+    return finish(exchange, fail(URLSessionError{URLSessionError::Kind::cannotConnect, "the proxy answered 407"}));
+  }
+  if (configuration_.cookieStorage) configuration_.cookieStorage->storeFrom(url, collected.headers());
+
   auto target =
       redirectTarget(exchange->request, static_cast<int>(statusCode), collected.headers(), exchange->redirects);
   if (!target) return finish(exchange, fail(target.error()));

@@ -1,6 +1,7 @@
 #include "LXUtils/Network/CurlErrorsInternal.h"
 
 #include <initializer_list>
+#include <string>
 #include <system_error>
 
 #include <openssl/x509.h>
@@ -90,6 +91,9 @@ URLSessionError errorOf(CURL* easy, CURLcode code, std::string_view message, Res
     case ResponseCollector::Fault::none:
       break;
   }
+  long connectStatus = 0;
+  curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &connectStatus);
+  if (connectStatus >= 300) return {Kind::cannotConnect, "the proxy answered " + std::to_string(connectStatus)};
   return {kindOf(code, message), detailsOf(easy, code)};
 }
 

@@ -15,7 +15,7 @@ struct URLSessionError {
   enum class Kind {
     invalidRequest,  ///< no absolute http(s) URL, or a header with CR, LF or NUL: nothing was sent
     cannotFindHost,
-    cannotConnect,
+    cannotConnect,           ///< to the host or the proxy, or the proxy asks for credentials
     secureConnectionFailed,  ///< TLS: the handshake failed or the certificate is not trusted for the host
     timedOut,
     connectionLost,     ///< cut while sending or receiving

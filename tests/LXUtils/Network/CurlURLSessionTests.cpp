@@ -268,6 +268,13 @@ TEST(CurlURLSession, TellsHostsThatCannotBeFoundOrReachedApart) {
   EXPECT_EQ(kindOf(resultOf(session->send(get("http://127.0.0.1:" + std::to_string(closedPort))))),
             Kind::cannotConnect);
   EXPECT_EQ(kindOf(resultOf(session->send(get("http://name.invalid/")))), Kind::cannotFindHost);
+
+  LoopbackServer proxy([](const Request&) { return Reply{response("407 Proxy Authentication Required", "", "")}; });
+  const auto proxied = CurlURLSession::make({.proxy = proxy.url("")}).value();
+  for (const char* url : {"http://host.test/", "https://host.test/"}) {
+    EXPECT_EQ(kindOf(resultOf(proxied->send(get(url)))), Kind::cannotConnect) << url;
+  }
+  EXPECT_EQ(resultOf(session->send(get(proxy.url("/"))))->statusCode, 407);
 }
 
 TEST(CurlURLSession, NeverSendsAPostTwiceOverADeadConnection) {
