@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "LXUtils/Foundation/PercentEncoding.h"
+#include "LXUtils/Foundation/URLInternal.h"
 #include "LXUtils/Network/RequestRulesInternal.h"
 #include "LXUtils/Network/URLSession.h"
 
@@ -23,6 +25,20 @@ bool belongsToOrigin(std::string_view name) {
   return name.size() >= 2 && equalIgnoringCase(name.substr(0, 2), "X-");
 }
 
+/// The reference with all percent-encoded that its path, query and fragment may not hold, such as blanks and letters
+/// outside ASCII, which servers send as they are. Its authority is left alone: a blank in it is a fault.
+std::string encodedReference(std::string_view location) {
+  constexpr CharacterSet escapes("%");
+  URLParts parts = splitURL(location);
+  const auto path = percentEncode(parts.path, CharacterSet::urlPathAllowed | escapes);
+  const auto query = percentEncode(parts.query.value_or(""), CharacterSet::urlQueryAllowed | escapes);
+  const auto fragment = percentEncode(parts.fragment.value_or(""), CharacterSet::urlQueryAllowed | escapes);
+  parts.path = path;
+  if (parts.query) parts.query = query;
+  if (parts.fragment) parts.fragment = fragment;
+  return parts.compose();
+}
+
 }  // namespace
 
 Result<std::optional<URL>> redirectTarget(const URLRequest& request, int statusCode, const HTTPHeaders& headers,
@@ -33,7 +49,7 @@ Result<std::optional<URL>> redirectTarget(const URLRequest& request, int statusC
   if (redirects >= maximumRedirects) return fail(URLSessionError{URLSessionError::Kind::tooManyRedirects, {}});
 
   const URL& url = *request.url;
-  auto target = url.resolving(*location);
+  auto target = url.resolving(encodedReference(*location));
   if (!target || !isSendable(*target)) {
     return fail(URLSessionError{URLSessionError::Kind::redirectRefused, "to what is no http or https URL"});
   }

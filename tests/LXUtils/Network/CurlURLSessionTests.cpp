@@ -296,6 +296,8 @@ TEST(CurlURLSession, NeverSendsAPostTwiceOverADeadConnection) {
 
 TEST(CurlURLSession, FollowsRedirectsOfGetAndHandsOthersBack) {
   LoopbackServer server([](const Request& request) {
+    if (request.path == "/text") return Reply{response("302 Found", "Location: end/\xC3\xA9 1%20?a[]=b c#d e\r\n", "")};
+    if (request.path == "/end/%C3%A9%201%20?a%5B%5D=b%20c") return Reply{response("200 OK", "", "encoded")};
     if (request.path == "/end") return Reply{response("200 OK", "", "there")};
     if (request.path == "/loop") return Reply{response("307 Temporary Redirect", "Location: /loop\r\n", "")};
     if (request.path == "/nowhere") return Reply{response("302 Found", "", "no location")};
@@ -315,6 +317,11 @@ TEST(CurlURLSession, FollowsRedirectsOfGetAndHandsOthersBack) {
   EXPECT_EQ(followed->url.string(), server.url("/end#f"));
   EXPECT_TRUE(followed->cookies().empty());
   EXPECT_EQ(jar->all().size(), 1u);
+
+  const auto encoded = send(HTTPMethod::get, "/text");
+  ASSERT_TRUE(encoded);
+  EXPECT_EQ(bodyOf(*encoded), "encoded");
+  EXPECT_EQ(encoded->url.fragment(), "d%20e");
 
   EXPECT_EQ(send(HTTPMethod::post, "/a/b")->statusCode, 303);
   EXPECT_EQ(bodyOf(*send(HTTPMethod::get, "/nowhere")), "no location");
