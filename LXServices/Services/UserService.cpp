@@ -14,13 +14,13 @@ struct OrAnonymousResponse {
   std::optional<UserAuthData> authData;
   std::optional<DeviceAuthData> deviceAuthData;
 
-  static Result<OrAnonymousResponse> make(const NetworkResponse& response) {
+  static Result<OrAnonymousResponse> make(const NetworkResponse& response, Date now) {
     auto user = decodeBody<UserModel>(response);
     if (!user) return fail(user.error());
-    auto csrfToken = response.cookieValue(HTTPCookieName::csrfToken);
-    auto policyToken = response.cookieValue(HTTPCookieName::authPolicy);
-    auto authToken = response.cookieValue(HTTPCookieName::authToken);
-    auto trustedDeviceID = response.cookieValue(HTTPCookieName::trustedDeviceID);
+    auto csrfToken = response.cookieValue(HTTPCookieName::csrfToken, now);
+    auto policyToken = response.cookieValue(HTTPCookieName::authPolicy, now);
+    auto authToken = response.cookieValue(HTTPCookieName::authToken, now);
+    auto trustedDeviceID = response.cookieValue(HTTPCookieName::trustedDeviceID, now);
     OrAnonymousResponse decoded{*std::move(user), std::nullopt, std::nullopt};
     if (authToken) decoded.authData = UserAuthData{*std::move(authToken), std::move(csrfToken), std::move(policyToken)};
     if (trustedDeviceID) decoded.deviceAuthData = DeviceAuthData{std::move(trustedDeviceID)};
@@ -30,10 +30,10 @@ struct OrAnonymousResponse {
 
 }  // namespace
 
-Result<UserServiceFetchUserResponse> UserServiceFetchUserResponse::make(const NetworkResponse& response) {
+Result<UserServiceFetchUserResponse> UserServiceFetchUserResponse::make(const NetworkResponse& response, Date now) {
   auto user = decodeBody<UserModel>(response);
   if (!user) return fail(user.error());
-  return UserServiceFetchUserResponse{*std::move(user), response.cookieValue(HTTPCookieName::authPolicy)};
+  return UserServiceFetchUserResponse{*std::move(user), response.cookieValue(HTTPCookieName::authPolicy, now)};
 }
 
 URLRequest UserServiceImpl::RequestFactory::fetchUser(const Parameters& parameters) const {
@@ -48,13 +48,18 @@ URLRequest UserServiceImpl::RequestFactory::logout() const {
 }
 
 UserServiceImpl::UserServiceImpl(std::shared_ptr<NetworkService> networkService,
-                                 std::shared_ptr<const BackendEnvironment> backendEnvironment)
-    : networkService_(std::move(networkService)), requestFactory_{std::move(backendEnvironment)} {}
+                                 std::shared_ptr<const BackendEnvironment> backendEnvironment,
+                                 std::shared_ptr<Clock> clock)
+    : networkService_(std::move(networkService)),
+      requestFactory_{std::move(backendEnvironment)},
+      clock_(std::move(clock)) {}
 
 Task<UserServiceFetchUserResponse> UserServiceImpl::fetchUser(const Parameters& parameters) {
   return networkService_->authorizeAndLoad(requestFactory_.fetchUser(parameters))
       .decode(analyzeAuthResponse())
-      .decode(&UserServiceFetchUserResponse::make);
+      .decode([clock = clock_](const auto& response) {
+        return UserServiceFetchUserResponse::make(response, clock->now());
+      });
 }
 
 Task<UserServiceLogoutResponse> UserServiceImpl::logout() {
@@ -67,28 +72,35 @@ URLRequest UserServiceOAuth2Impl::RequestFactory::fetchUser() const {
 }
 
 UserServiceOAuth2Impl::UserServiceOAuth2Impl(std::shared_ptr<NetworkService> networkService,
-                                             std::shared_ptr<const BackendEnvironment> backendEnvironment)
-    : networkService_(std::move(networkService)), requestFactory_{std::move(backendEnvironment)} {}
+                                             std::shared_ptr<const BackendEnvironment> backendEnvironment,
+                                             std::shared_ptr<Clock> clock)
+    : networkService_(std::move(networkService)),
+      requestFactory_{std::move(backendEnvironment)},
+      clock_(std::move(clock)) {}
 
 Task<UserServiceFetchUserResponse> UserServiceOAuth2Impl::fetchUser() {
   return networkService_->authorizeAndLoad(requestFactory_.fetchUser())
       .decode(analyzeAuthResponse())
-      .decode(&UserServiceFetchUserResponse::make);
+      .decode([clock = clock_](const auto& response) {
+        return UserServiceFetchUserResponse::make(response, clock->now());
+      });
 }
 
 OrAnonymousServiceImpl::OrAnonymousServiceImpl(std::shared_ptr<NetworkService> networkService,
-                                               const BackendEnvironment& backendEnvironment)
-    : OrAnonymousServiceImpl(std::move(networkService), backendEnvironment.authServiceURL()) {}
+                                               const BackendEnvironment& backendEnvironment,
+                                               std::shared_ptr<Clock> clock)
+    : OrAnonymousServiceImpl(std::move(networkService), backendEnvironment.authServiceURL(), std::move(clock)) {}
 
-OrAnonymousServiceImpl::OrAnonymousServiceImpl(std::shared_ptr<NetworkService> networkService, URL authServerURL)
-    : networkService_(std::move(networkService)), authServerURL_(std::move(authServerURL)) {}
+OrAnonymousServiceImpl::OrAnonymousServiceImpl(std::shared_ptr<NetworkService> networkService, URL authServerURL,
+                                               std::shared_ptr<Clock> clock)
+    : networkService_(std::move(networkService)), authServerURL_(std::move(authServerURL)), clock_(std::move(clock)) {}
 
 Task<OrAnonymousService::Answer> OrAnonymousServiceImpl::auth() {
   return networkService_
       ->authorizeAndLoad(URLRequest(HTTPMethod::post, authServerURL_.appendingPath("/v3/user/oranonymous"),
                                     HTTPContentType::jsonWithUTF8))
       .decode(analyzeAuthResponse())
-      .decode(&OrAnonymousResponse::make)
+      .decode([clock = clock_](const auto& response) { return OrAnonymousResponse::make(response, clock->now()); })
       .map(
           [](const OrAnonymousResponse& response) {
             return Answer(response.userModel, response.authData, response.deviceAuthData);

@@ -23,7 +23,7 @@ struct UserServiceFetchUserResponse {
   std::optional<std::string> authPolicyToken;  ///< of the cookie that the response sets
 
   /// Fails as NetworkServiceError::MissingBody or ::UndecodableBody.
-  static Result<UserServiceFetchUserResponse> make(const NetworkResponse& response);
+  static Result<UserServiceFetchUserResponse> make(const NetworkResponse& response, Date now = Clock::system()->now());
 
   bool operator==(const UserServiceFetchUserResponse&) const = default;
 };
@@ -76,7 +76,8 @@ class OrAnonymousService {
 class UserServiceImpl final : public UserService {
  public:
   UserServiceImpl(std::shared_ptr<NetworkService> networkService,
-                  std::shared_ptr<const BackendEnvironment> backendEnvironment);
+                  std::shared_ptr<const BackendEnvironment> backendEnvironment,
+                  std::shared_ptr<Clock> clock = Clock::system());
 
   using UserService::fetchUser;
   Task<UserServiceFetchUserResponse> fetchUser(const Parameters& parameters) override;
@@ -92,12 +93,14 @@ class UserServiceImpl final : public UserService {
 
   const std::shared_ptr<NetworkService> networkService_;
   const RequestFactory requestFactory_;
+  const std::shared_ptr<Clock> clock_;
 };
 
 class UserServiceOAuth2Impl final : public UserServiceOAuth2 {
  public:
   UserServiceOAuth2Impl(std::shared_ptr<NetworkService> networkService,
-                        std::shared_ptr<const BackendEnvironment> backendEnvironment);
+                        std::shared_ptr<const BackendEnvironment> backendEnvironment,
+                        std::shared_ptr<Clock> clock = Clock::system());
 
   Task<UserServiceFetchUserResponse> fetchUser() override;
 
@@ -109,18 +112,22 @@ class UserServiceOAuth2Impl final : public UserServiceOAuth2 {
 
   const std::shared_ptr<NetworkService> networkService_;
   const RequestFactory requestFactory_;
+  const std::shared_ptr<Clock> clock_;
 };
 
 class OrAnonymousServiceImpl final : public OrAnonymousService {
  public:
-  OrAnonymousServiceImpl(std::shared_ptr<NetworkService> networkService, const BackendEnvironment& backendEnvironment);
-  OrAnonymousServiceImpl(std::shared_ptr<NetworkService> networkService, URL authServerURL);
+  OrAnonymousServiceImpl(std::shared_ptr<NetworkService> networkService, const BackendEnvironment& backendEnvironment,
+                         std::shared_ptr<Clock> clock = Clock::system());
+  OrAnonymousServiceImpl(std::shared_ptr<NetworkService> networkService, URL authServerURL,
+                         std::shared_ptr<Clock> clock = Clock::system());
 
   Task<Answer> auth() override;
 
  private:
   const std::shared_ptr<NetworkService> networkService_;
   const URL authServerURL_;
+  const std::shared_ptr<Clock> clock_;
 };
 
 }  // namespace lx

@@ -1,26 +1,24 @@
 #include "LXUtils/Network/NetworkResponse.h"
 
-#include "LXUtils/Foundation/Clock.h"
 #include "LXUtils/Network/HTTPCookie.h"
 
 namespace lx {
 
-std::vector<HTTPCookie> NetworkResponse::cookies() const {
+std::vector<HTTPCookie> NetworkResponse::cookies(Date now) const {
   std::vector<HTTPCookie> found;
   const auto lines = headers.values(HTTPHeaderName::setCookie);
   if (lines.empty()) return found;
-  const Date now = Clock::system()->now();
   for (const auto line : lines) {
     if (auto cookie = HTTPCookie::parse(line, url, now)) found.push_back(std::move(*cookie));
   }
   return found;
 }
 
-std::optional<std::string> NetworkResponse::cookieValue(HTTPCookieName name) const {
+std::optional<std::string> NetworkResponse::cookieValue(HTTPCookieName name, Date now) const {
   // A cookie that expired just now by this device's clock may be good: the clock may be ahead of the server's.
-  const Date longPast = Clock::system()->now() - std::chrono::days(1);
+  const Date longPast = now - std::chrono::days(1);
   std::vector<HTTPCookie> left;
-  for (auto& cookie : cookies()) {
+  for (auto& cookie : cookies(now)) {
     if (cookie.name != name.rawValue) continue;
     std::erase_if(left, [&](const HTTPCookie& earlier) {
       return earlier.domain == cookie.domain && earlier.hostOnly == cookie.hostOnly && earlier.path == cookie.path;

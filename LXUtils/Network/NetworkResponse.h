@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "LXUtils/Foundation/Clock.h"
 #include "LXUtils/Foundation/Data.h"
 #include "LXUtils/Foundation/URL.h"
 #include "LXUtils/Network/HTTPHeaders.h"
@@ -26,12 +27,13 @@ struct NetworkResponse {
   /// True for the status 401.
   bool isUnauthorized() const { return statusCode == 401; }
 
-  /// The cookies of the response's own Set-Cookie headers, in their order, whatever a jar makes of them.
-  std::vector<HTTPCookie> cookies() const;
+  /// The cookies of the response's own Set-Cookie headers, in their order, whatever a jar makes of them. A Max-Age
+  /// counts from `now`.
+  std::vector<HTTPCookie> cookies(Date now = Clock::system()->now()) const;
 
   /// The value of the last cookie of that name. A later Set-Cookie replaces an earlier one of the same domain and path
-  /// (RFC 6265, section 5.3); one that expired more than a day ago takes it away.
-  std::optional<std::string> cookieValue(HTTPCookieName name) const;
+  /// (RFC 6265, section 5.3); one that expired more than a day before `now` takes it away.
+  std::optional<std::string> cookieValue(HTTPCookieName name, Date now = Clock::system()->now()) const;
 };
 
 }  // namespace lx

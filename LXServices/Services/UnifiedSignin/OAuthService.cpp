@@ -11,15 +11,15 @@ std::optional<std::string> OAuthCodeGenerateResponse::code() const {
   return URLQueryParameters(redirectURL).first("code");
 }
 
-Result<OAuthCodeExchangeResponse> OAuthCodeExchangeResponse::make(const NetworkResponse& response) {
-  auto lxauth = response.cookieValue(HTTPCookieName::authToken);
-  auto csrf = response.cookieValue(HTTPCookieName::csrfToken);
+Result<OAuthCodeExchangeResponse> OAuthCodeExchangeResponse::make(const NetworkResponse& response, Date now) {
+  auto lxauth = response.cookieValue(HTTPCookieName::authToken, now);
+  auto csrf = response.cookieValue(HTTPCookieName::csrfToken, now);
   if (!lxauth || !csrf) {
     return fail(NetworkServiceError{
         NetworkServiceError::MissingCookies{{HTTPCookieName::authToken, HTTPCookieName::csrfToken}}});
   }
   return OAuthCodeExchangeResponse{*std::move(lxauth), *std::move(csrf),
-                                   response.cookieValue(HTTPCookieName::trustedDeviceID)};
+                                   response.cookieValue(HTTPCookieName::trustedDeviceID, now)};
 }
 
 template <class Body>
@@ -30,8 +30,11 @@ URLRequest OAuthServiceImpl::RequestFactory::make(std::string_view path, const B
 }
 
 OAuthServiceImpl::OAuthServiceImpl(std::shared_ptr<NetworkService> networkService,
-                                   std::shared_ptr<const BackendEnvironment> backendEnvironment)
-    : networkService_(std::move(networkService)), requestFactory_{std::move(backendEnvironment)} {}
+                                   std::shared_ptr<const BackendEnvironment> backendEnvironment,
+                                   std::shared_ptr<Clock> clock)
+    : networkService_(std::move(networkService)),
+      requestFactory_{std::move(backendEnvironment)},
+      clock_(std::move(clock)) {}
 
 Task<OAuthCodeGenerateResponse> OAuthServiceImpl::generateCode(const std::string& codeChallenge,
                                                                const std::string& clientID) {
@@ -46,7 +49,8 @@ Task<OAuthCodeExchangeResponse> OAuthServiceImpl::exchangeCode(const std::string
           requestFactory_.make("v3/api/unified-login/code/exchange",
                                ExchangeCodeRequest{.code = code, .codeVerifier = codeVerifier, .cliendID = clientID}))
       .decode(analyzeNetworkResponse())
-      .decode(&OAuthCodeExchangeResponse::make);
+      .decode(
+          [clock = clock_](const auto& response) { return OAuthCodeExchangeResponse::make(response, clock->now()); });
 }
 
 }  // namespace lx

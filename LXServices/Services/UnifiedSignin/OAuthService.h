@@ -28,7 +28,7 @@ struct OAuthCodeExchangeResponse {
   std::optional<std::string> trustedDeviceID;
 
   /// Fails as NetworkServiceError::MissingCookies, which lists both required names, when one of them is not set.
-  static Result<OAuthCodeExchangeResponse> make(const NetworkResponse& response);
+  static Result<OAuthCodeExchangeResponse> make(const NetworkResponse& response, Date now = Clock::system()->now());
 
   bool operator==(const OAuthCodeExchangeResponse&) const = default;
 };
@@ -60,7 +60,8 @@ class OAuthServiceImpl final : public OAuthService {
   };
 
   OAuthServiceImpl(std::shared_ptr<NetworkService> networkService,
-                   std::shared_ptr<const BackendEnvironment> backendEnvironment);
+                   std::shared_ptr<const BackendEnvironment> backendEnvironment,
+                   std::shared_ptr<Clock> clock = Clock::system());
 
   Task<OAuthCodeGenerateResponse> generateCode(const std::string& codeChallenge, const std::string& clientID) override;
   Task<OAuthCodeExchangeResponse> exchangeCode(const std::string& code, const std::string& codeVerifier,
@@ -76,6 +77,7 @@ class OAuthServiceImpl final : public OAuthService {
 
   const std::shared_ptr<NetworkService> networkService_;
   const RequestFactory requestFactory_;
+  const std::shared_ptr<Clock> clock_;
 };
 
 template <>

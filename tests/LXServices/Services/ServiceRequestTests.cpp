@@ -5,6 +5,7 @@
 #include "LXServices/Services/UnifiedSignin/AuthUtility.h"
 #include "LXServices/Services/UnifiedSignin/OAuthService.h"
 #include "LXServices/Services/UserService.h"
+#include "LXTesting/ManualClock.h"
 
 #include "Core/StackFixture.h"
 
@@ -102,13 +103,19 @@ TEST(OAuthService, ReadsTheCodeAndNeedsBothCookies) {
 }
 
 TEST(OrAnonymousService, GivesASessionOnlyForBothItsCookies) {
-  const auto auth = [](HTTPHeaders headers) {
+  const auto auth = [](HTTPHeaders headers, Date now = Clock::system()->now()) {
     const auto body = R"({"id":"1","email":"a@b.test","anonymous":false,"isTest":true})";
     StackFixture stack(ScriptedURLSession::answering({makeResponse(200, body, std::move(headers))}));
-    return *stack.await(OrAnonymousServiceImpl(stack.builder.oauth2LooseNetworkService(), *stack.environment).auth());
+    return *stack.await(OrAnonymousServiceImpl(stack.builder.oauth2LooseNetworkService(), *stack.environment,
+                                               std::make_shared<ManualClock>(now))
+                            .auth());
   };
   EXPECT_EQ(std::get<1>(auth(cookies({"csrf-token=C", "auth-policy=P"}))), std::nullopt);
   EXPECT_EQ(std::get<1>(auth(cookies({"csrf-token=C", "lxauth=L"}))), (UserAuthData{"L", "C", std::nullopt}));
+  const auto expiring = cookies({"csrf-token=C", "lxauth=L; Expires=Fri, 01 Jan 2100 00:00:00 GMT"});
+  const Date expiry = std::chrono::sys_days{std::chrono::January / 1 / 2100};
+  EXPECT_TRUE(std::get<1>(auth(expiring, expiry)));
+  EXPECT_FALSE(std::get<1>(auth(expiring, expiry + std::chrono::days(2))));
   const auto device = auth(cookies({"lxauth=L", "lxauth=; Max-Age=0", "tdi=T"}));
   EXPECT_EQ(std::get<1>(device), std::nullopt);
   EXPECT_EQ(std::get<2>(device), DeviceAuthData{"T"});
