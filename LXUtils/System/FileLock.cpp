@@ -92,26 +92,33 @@ Result<std::unique_ptr<FileLock>> FileLock::make(const std::string& path) {
 Result<void> FileLock::try_() {
   const std::lock_guard lock(state_->mutex);
   if (state_->isHeld) return fail(FileLockError{Kind::alreadyLocked});
-  while (flock(state_->file.get(), LOCK_EX | LOCK_NB) == 0) {
+  while (true) {
+    if (!state_->file.isOpen()) {
+      auto reopened = openLockFile(state_->path);
+      if (!reopened) return fail(reopened.error());
+      state_->file = std::move(*reopened);
+    }
+    if (flock(state_->file.get(), LOCK_EX | LOCK_NB) < 0) {
+      return errno == EWOULDBLOCK ? fail(FileLockError{Kind::alreadyLocked}) : systemFailure();
+    }
     if (isFileAt(state_->path, state_->file)) {
       state_->isHeld = true;
       return {};
     }
-    // The group's folder was cleared. Whoever comes new locks the file that is there now, and so must we.
-    auto reopened = openLockFile(state_->path);
-    if (!reopened) return fail(reopened.error());
-    state_->file = std::move(*reopened);
+    // The group's folder was cleared. Whoever comes new locks the file that is there now, and so must we. Closing the
+    // old one frees its lock.
+    state_->file = FileDescriptor();
   }
-  if (errno == EWOULDBLOCK) return fail(FileLockError{Kind::alreadyLocked});
-  return systemFailure();
 }
 
 Result<void> FileLock::unlock() {
   const std::lock_guard lock(state_->mutex);
-  if (!state_->isHeld) return fail(FileLockError{Kind::notLocked});
-  if (flock(state_->file.get(), LOCK_UN) < 0) return systemFailure();
-  state_->isHeld = false;
-  return {};
+  if (!std::exchange(state_->isHeld, false)) return fail(FileLockError{Kind::notLocked});
+  if (flock(state_->file.get(), LOCK_UN) == 0) return {};
+  const auto failure = systemFailure();
+  // The kernel frees the lock with the descriptor: this process must not lock out all others.
+  state_->file = FileDescriptor();
+  return failure;
 }
 
 Result<std::string> FileLock::contents() const {

@@ -49,7 +49,8 @@ class FileLock {
   /// was replaced and the new one cannot be opened), system.
   Result<void> try_();
 
-  /// Gives the lock back. Errors: FileLockError notLocked, system.
+  /// Releases the lock. Errors: FileLockError notLocked, system. Also after an error of the system the lock is free:
+  /// its file was closed, and is opened anew by the next `try_`.
   Result<void> unlock();
 
   /// The small text that the last holder left in the file, empty at first. It is read whoever holds the lock; beside a

@@ -1,13 +1,28 @@
+#include <cerrno>
 #include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "LXUtils/System/FileLock.h"
 
 #include "TemporaryFolder.h"
 #include "process/ChildProcess.h"
+
+static bool failsToUnlock = false;
+
+// In the place of the system's, which does not fail when it is to.
+extern "C" int flock(int file, int operation) {
+  if (operation == LOCK_UN && failsToUnlock) {
+    errno = ENOLCK;
+    return -1;
+  }
+  return static_cast<int>(syscall(SYS_flock, file, operation));
+}
 
 namespace lx {
 namespace {
@@ -73,6 +88,25 @@ TEST_F(Locks, FollowAFileThatWasReplaced) {
   ASSERT_TRUE(fresh->unlock());
   EXPECT_TRUE(old->try_());
   EXPECT_EQ(kindOf(fresh->try_()), Kind::alreadyLocked);
+}
+
+TEST_F(Locks, AreFreeAfterAnUnlockThatFailsAndAfterAFileThatIsGone) {
+  const auto lock = make();
+  ASSERT_TRUE(lock->try_());
+  failsToUnlock = true;
+  EXPECT_EQ(kindOf(lock->unlock()), Kind::system);
+  failsToUnlock = false;
+  EXPECT_TRUE(make()->try_());
+  EXPECT_TRUE(lock->try_());
+  ASSERT_TRUE(lock->unlock());
+
+  const auto second = make();
+  std::filesystem::rename(path, folder.file("aside"));
+  std::filesystem::create_directory(path);
+  EXPECT_EQ(kindOf(lock->try_()), Kind::notOpened);
+  std::filesystem::remove(path);
+  std::filesystem::rename(folder.file("aside"), path);
+  EXPECT_TRUE(second->try_()) << "the lock of a file that was given up is kept";
 }
 
 TEST_F(Locks, ArePrivateAndNeedAFolder) {
