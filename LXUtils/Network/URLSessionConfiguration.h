@@ -7,10 +7,9 @@
 #include <string>
 
 #include "LXUtils/Foundation/Result.h"
+#include "LXUtils/Network/HTTPCookieStorage.h"
 
 namespace lx {
-
-class HTTPCookieStorage;
 
 /// A field of a configuration with which no session can be made. Its value is left out, since a proxy's URL can hold a
 /// password.
@@ -56,9 +55,9 @@ struct URLSessionConfiguration {
   /// The User-Agent of requests that have none of their own.
   std::optional<std::string> userAgent = std::nullopt;
 
-  /// The jar that supplies cookies to requests without a Cookie header and keeps those of every response. None when
-  /// empty.
-  std::shared_ptr<HTTPCookieStorage> cookieStorage = nullptr;
+  /// The jar that supplies cookies to requests without a Cookie header and keeps those of every response: the jar of
+  /// the process unless set. Null for none.
+  std::shared_ptr<HTTPCookieStorage> cookieStorage = HTTPCookieStorage::shared();
 
   /// Looks at each field and reads the CA file. Errors: URLSessionConfigurationError for the first invalid field.
   Result<void> validate() const;

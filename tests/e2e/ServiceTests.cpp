@@ -1,5 +1,6 @@
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/AuthenticationErrorInfo.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Core/HeadersProvider.h"
+#include "LXServices/Services/NetworkServicesOAuth2/Utils/CookieCleaner.h"
 #include "LXServices/Services/UnifiedSignin/AuthUtility.h"
 #include "LXUtils/Foundation/URLQueryParameters.h"
 #include "LXUtils/Network/LooseRequestAuthorizer.h"
@@ -122,10 +123,13 @@ TEST_F(Services, WhoIsNotSignedInBecomesAnAnonymousUserWithCookies) {
   EXPECT_TRUE(deviceAuthData && deviceAuthData->trustedDeviceID);
 
   backend->setCookies({.authToken = false, .csrfToken = true, .authPolicy = true, .trustedDeviceID = true});
-  const auto withoutSession = await(app->orAnonymous.auth()).value();
-  EXPECT_EQ(std::get<1>(withoutSession), std::nullopt);
-  EXPECT_TRUE(std::get<2>(withoutSession));
+  const auto sameSession = await(app->orAnonymous.auth()).value();
+  EXPECT_EQ(std::get<0>(sameSession).id, "3001");
+  EXPECT_EQ(std::get<1>(sameSession), std::nullopt);
+  EXPECT_TRUE(std::get<2>(sameSession));
 
+  CookieCleanerImpl().cleanCookies({HTTPCookieName::authToken});
+  EXPECT_EQ(std::get<0>(await(app->orAnonymous.auth()).value()).id, "3002");
   const auto credentials = await(app->anonymous.authenticateAnonymous());
   ASSERT_TRUE(credentials) << credentials.error().description();
   EXPECT_EQ(userOf(*credentials), "3003");

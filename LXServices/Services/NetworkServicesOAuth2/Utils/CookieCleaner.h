@@ -19,7 +19,7 @@ class CookieCleaner {
   virtual void cleanCookies(const std::vector<HTTPCookieName>& names) = 0;
 };
 
-/// Logs each deletion when it has a logger. Any thread.
+/// Logs each deletion when it has a logger. The jar is the one that sessions use unless set. Any thread.
 class CookieCleanerImpl final : public CookieCleaner {
  public:
   explicit CookieCleanerImpl(std::optional<Logger> logger = std::nullopt,
