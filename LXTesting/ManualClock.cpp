@@ -45,7 +45,7 @@ Timer ManualClock::after(Duration delay, std::shared_ptr<DispatchQueue> queue, W
     return {};
   }
   const std::lock_guard lock(state_->mutex);
-  const State::Key key{state_->steady + delay, ++state_->lastTimer};
+  const State::Key key{deadline(state_->steady, delay), ++state_->lastTimer};
   state_->timers.emplace(key, State::Pending{std::move(queue), std::move(work)});
   return Timer([weak = std::weak_ptr(state_), key] {
     const auto state = weak.lock();
@@ -58,7 +58,7 @@ Timer ManualClock::after(Duration delay, std::shared_ptr<DispatchQueue> queue, W
 
 void ManualClock::advance(Duration duration) {
   std::unique_lock lock(state_->mutex);
-  const SteadyTime target = state_->steady + duration;
+  const SteadyTime target = deadline(state_->steady, duration);
   while (!state_->timers.empty() && state_->timers.begin()->first.first <= target) {
     auto due = state_->timers.extract(state_->timers.begin());
     state_->steady = std::max(state_->steady, due.key().first);

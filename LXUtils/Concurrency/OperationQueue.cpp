@@ -1,5 +1,6 @@
 #include "LXUtils/Concurrency/OperationQueue.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -99,7 +100,8 @@ void MainQueue::stop() {
 
 bool MainQueue::runUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
   const auto clock = Clock::system();
-  const auto deadline = clock->steadyNow() + timeout;
+  const auto longest = std::chrono::floor<std::chrono::milliseconds>(Clock::Duration::max());
+  const auto deadline = Clock::deadline(clock->steadyNow(), std::min(timeout, longest));
   std::unique_lock lock(state_->mutex);
   while (true) {
     // `done` is looked at without the lock, so that a wake during the look must be remembered.

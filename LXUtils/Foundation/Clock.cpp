@@ -26,7 +26,7 @@ class SystemClock final : public Clock {
       return {};
     }
     const auto timer = runtime_->eventLoop().addTimer(
-        steadyNow() + delay,
+        deadline(steadyNow(), delay),
         [queue = std::move(queue), work = std::move(work)]() mutable { queue->async(std::move(work)); });
     return Timer([runtime = std::weak_ptr(runtime_), timer] {
       if (const auto alive = runtime.lock()) alive->eventLoop().cancelTimer(timer);
@@ -40,6 +40,10 @@ class SystemClock final : public Clock {
 }  // namespace
 
 Clock::SteadyTime systemSteadyNow() { return std::chrono::steady_clock::now(); }
+
+Clock::SteadyTime Clock::deadline(SteadyTime now, Duration delay) {
+  return delay > SteadyTime::max() - now ? SteadyTime::max() : now + delay;
+}
 
 std::shared_ptr<Clock> Clock::system() {
   static std::mutex mutex;

@@ -41,6 +41,9 @@ class Clock {
   /// Never goes back, and has no meaning but its differences.
   virtual SteadyTime steadyNow() const = 0;
 
+  /// `now` + `delay`, or the latest time that can be represented if the sum is beyond it.
+  static SteadyTime deadline(SteadyTime now, Duration delay);
+
   /// Enqueues `work` on `queue` once `delay` has passed; at once when the delay is not positive.
   virtual Timer after(Duration delay, std::shared_ptr<DispatchQueue> queue, Work work) = 0;
 

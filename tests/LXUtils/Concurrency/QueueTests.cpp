@@ -76,6 +76,7 @@ TEST(SystemClock, TimersFireInTheOrderOfTheirDeadlinesAndNotWhenCancelled) {
   clock->after(std::chrono::milliseconds(30), main, [&] { fired.push_back(2); });
   auto cancelled = clock->after(std::chrono::milliseconds(45), main, [&] { fired.push_back(0); });
   clock->after(std::chrono::milliseconds(0), main, [&] { fired.push_back(1); });
+  clock->after(Clock::Duration::max(), main, [&] { fired.push_back(4); });
   cancelled.cancel();
 
   EXPECT_TRUE(main->runUntil([&] { return fired.size() == 3; }, std::chrono::seconds(10)));
