@@ -18,7 +18,11 @@ class SerialQueue final : public DispatchQueue, public std::enable_shared_from_t
  public:
   explicit SerialQueue(std::string label) : label_(std::move(label)) {}
 
+  Result<void> ensureRunning() override { return runtime_->start(); }
+
   void async(Work work) override {
+    // Without threads the work waits for them, except in a forked child, where its tasks are cancelled.
+    if (!ensureRunning() && runtime_->isInherited()) return;
     {
       const std::lock_guard lock(mutex_);
       entries_.push_back({std::move(work), nullptr});
@@ -29,10 +33,12 @@ class SerialQueue final : public DispatchQueue, public std::enable_shared_from_t
   }
 
   void sync(const std::function<void()>& work) override {
-    if (isOnThisThread()) return work();
+    // In a forked child, the thread that had the queue in the parent does not give it back.
+    if (isOnThisThread() || runtime_->isInherited()) return work();
     takeTurn();
-    runAsCurrent(work);
-    giveBack();
+    const GiveBack afterWork(*this);
+    const Frame frame(this);
+    work();
   }
 
   const std::string& label() const override { return label_; }
@@ -53,8 +59,20 @@ class SerialQueue final : public DispatchQueue, public std::enable_shared_from_t
 
   // The queues whose work the thread is in, the innermost first.
   struct Frame {
+    explicit Frame(const SerialQueue* current) : queue(current), outer(std::exchange(innermost_, this)) {}
+    ~Frame() { innermost_ = outer; }
+    Frame(const Frame&) = delete;
+    Frame& operator=(const Frame&) = delete;
     const SerialQueue* queue;
     const Frame* outer;
+  };
+
+  struct GiveBack {
+    explicit GiveBack(SerialQueue& owned) : queue(owned) {}
+    ~GiveBack() { queue.giveBack(); }
+    GiveBack(const GiveBack&) = delete;
+    GiveBack& operator=(const GiveBack&) = delete;
+    SerialQueue& queue;
   };
 
   // So many pieces of work are run before another queue gets the worker.
@@ -67,12 +85,10 @@ class SerialQueue final : public DispatchQueue, public std::enable_shared_from_t
     return false;
   }
 
-  template <class F>
-  void runAsCurrent(F& work) {
-    const Frame frame{this, innermost_};
-    innermost_ = &frame;
-    work();
-    innermost_ = frame.outer;
+  void runQueued(Work& work) {
+    const Frame frame(this);
+    runContained(work);
+    work = nullptr;
   }
 
   void scheduleRun() {
@@ -93,8 +109,7 @@ class SerialQueue final : public DispatchQueue, public std::enable_shared_from_t
       entries_.pop_front();
       if (entry.turn == &turn) return;
       lock.unlock();
-      runAsCurrent(entry.work);
-      entry.work = nullptr;
+      runQueued(entry.work);
       lock.lock();
     }
   }
@@ -106,10 +121,7 @@ class SerialQueue final : public DispatchQueue, public std::enable_shared_from_t
       owner_ = Owner::thread;
     }
     Work work;
-    for (int i = 0; i < batchSize && nextWork(work); ++i) {
-      runAsCurrent(work);
-      work = nullptr;
-    }
+    for (int i = 0; i < batchSize && nextWork(work); ++i) runQueued(work);
     giveBack();
   }
 

@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <future>
 #include <map>
+#include <mutex>
+#include <system_error>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -13,29 +15,31 @@
 #include <unistd.h>
 
 #include "LXUtils/Concurrency/EventLoopInternal.h"
+#include "LXUtils/Concurrency/Protected.h"
 #include "LXUtils/Concurrency/RuntimeInternal.h"
 #include "LXUtils/Foundation/ClockInternal.h"
 #include "LXUtils/Foundation/FatalError.h"
+#include "LXUtils/System/FileDescriptorInternal.h"
 
 namespace lx {
+namespace {
+
+// In a forked child, for the rest of its life. Destroying it would close connections that the parent goes on using.
+void keepForever(EventLoop::Work work) {
+  static constinit PerProcess<Protected<std::vector<EventLoop::Work>>> kept;
+  kept.get().withLock([&](auto& all) { all.push_back(std::move(work)); });
+}
+
+}  // namespace
 
 // Shared with the thread, since the last owner of the loop may be that thread.
 struct EventLoop::Core {
-  Core() : epoll(epoll_create1(EPOLL_CLOEXEC)), wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    if (epoll < 0 || wakeUp < 0) fatalError("The system has no descriptors left for the event loop");
-    epoll_event event{.events = EPOLLIN, .data = {.fd = wakeUp}};
-    epoll_ctl(epoll, EPOLL_CTL_ADD, wakeUp, &event);
-  }
-
-  ~Core() {
-    close(wakeUp);
-    close(epoll);
-  }
+  Result<void> openDescriptors();
 
   void wake() {
-    if (awake.exchange(true)) return;
+    if (!isRunning || awake.exchange(true)) return;
     const std::uint64_t one = 1;
-    [[maybe_unused]] const auto written = write(wakeUp, &one, sizeof one);
+    [[maybe_unused]] const auto written = write(wakeUp.get(), &one, sizeof one);
   }
 
   void run();
@@ -44,8 +48,9 @@ struct EventLoop::Core {
   int timeoutMilliseconds();
   void dispatch(int fd, std::uint32_t events);
 
-  const int epoll;
-  const int wakeUp;
+  FileDescriptor epoll;  // opened before the thread starts, like the next
+  FileDescriptor wakeUp;
+  std::atomic<bool> isRunning{false};
   std::atomic<bool> awake{false};
   std::atomic<bool> stopped{false};
   std::atomic<std::thread::id> threadID{};
@@ -60,13 +65,25 @@ struct EventLoop::Core {
   std::unordered_map<int, std::shared_ptr<std::function<void(std::uint32_t)>>> handlers;
 };
 
+Result<void> EventLoop::Core::openDescriptors() {
+  FileDescriptor set(epoll_create1(EPOLL_CLOEXEC));
+  FileDescriptor event(set.isOpen() ? eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK) : -1);
+  epoll_event interest{.events = EPOLLIN, .data = {.fd = event.get()}};
+  if (!event.isOpen() || epoll_ctl(set.get(), EPOLL_CTL_ADD, event.get(), &interest) < 0) {
+    return fail(RuntimeError{RuntimeError::Kind::noDescriptor, std::generic_category().message(errno)});
+  }
+  epoll = std::move(set);
+  wakeUp = std::move(event);
+  return {};
+}
+
 void EventLoop::Core::runPosted() {
   std::vector<Work> work;
   {
     const std::lock_guard lock(mutex);
     work.swap(posted);
   }
-  for (auto& item : work) item();
+  for (auto& item : work) runContained(item);
 }
 
 void EventLoop::Core::runDueTimers() {
@@ -79,7 +96,7 @@ void EventLoop::Core::runDueTimers() {
       deadlines.erase(timers.begin()->first.second);
       timers.erase(timers.begin());
     }
-    work();
+    runContained(work);
   }
 }
 
@@ -95,20 +112,21 @@ void EventLoop::Core::dispatch(int fd, std::uint32_t events) {
   const auto found = handlers.find(fd);
   if (found == handlers.end()) return;
   const auto handler = found->second;  // kept, since the handler may unwatch its own descriptor
-  (*handler)(events);
+  const auto call = [&] { (*handler)(events); };
+  runContained(call);
 }
 
 void EventLoop::Core::run() {
   threadID = std::this_thread::get_id();
   std::array<epoll_event, 64> events{};
   while (!stopped) {
-    const int count = epoll_wait(epoll, events.data(), static_cast<int>(events.size()), timeoutMilliseconds());
+    const int count = epoll_wait(epoll.get(), events.data(), static_cast<int>(events.size()), timeoutMilliseconds());
     if (count < 0 && errno != EINTR) fatalError("The event loop cannot wait");
     for (int i = 0; i < count && !stopped; ++i) {
       const auto& event = events[static_cast<std::size_t>(i)];
-      if (event.data.fd == wakeUp) {
+      if (event.data.fd == wakeUp.get()) {
         std::uint64_t ignored = 0;
-        [[maybe_unused]] const auto size = read(wakeUp, &ignored, sizeof ignored);
+        [[maybe_unused]] const auto size = read(wakeUp.get(), &ignored, sizeof ignored);
         awake = false;
       } else {
         dispatch(event.data.fd, event.events);
@@ -139,20 +157,27 @@ EventLoop::~EventLoop() {
   timers.swap(core_->timers);
 }
 
-void EventLoop::startIfNeeded() {
-  const std::lock_guard lock(startMutex_);
-  if (!thread_.joinable()) thread_ = std::thread([core = core_] { core->run(); });
+Result<void> EventLoop::start() {
+  if (core_->isRunning) return {};
+  if (!core_->epoll.isOpen()) {
+    if (auto opened = core_->openDescriptors(); !opened) return opened;
+  }
+  auto thread = startThread([core = core_] { core->run(); });
+  if (!thread) return fail(thread.error());
+  thread_ = *std::move(thread);
+  // What was queued while it did not run waked nobody.
+  core_->isRunning = true;
+  core_->wake();
+  return {};
 }
 
 void EventLoop::post(Work work) {
+  if (mark_.isInherited()) return keepForever(std::move(work));
   {
     const std::lock_guard lock(core_->mutex);
     core_->posted.push_back(std::move(work));
   }
-  if (!isOnLoopThread()) {
-    startIfNeeded();
-    core_->wake();
-  }
+  if (!isOnLoopThread()) core_->wake();
 }
 
 void EventLoop::perform(Work work) {
@@ -164,16 +189,17 @@ void EventLoop::perform(Work work) {
 }
 
 bool EventLoop::waitForPosted(std::chrono::milliseconds limit) {
-  {
-    const std::lock_guard lock(startMutex_);
-    if (!thread_.joinable() || isOnLoopThread()) return false;
-  }
+  if (!core_->isRunning || isOnLoopThread()) return false;
   const auto reached = std::make_shared<std::promise<void>>();
   post([reached] { reached->set_value(); });
   return reached->get_future().wait_for(limit) == std::future_status::ready;
 }
 
 EventLoop::TimerID EventLoop::addTimer(Deadline deadline, Work work) {
+  if (mark_.isInherited()) {
+    keepForever(std::move(work));
+    return 0;
+  }
   TimerID timer = 0;
   bool first = false;
   {
@@ -183,14 +209,12 @@ EventLoop::TimerID EventLoop::addTimer(Deadline deadline, Work work) {
     core_->deadlines.emplace(timer, deadline);
     first = core_->timers.begin()->first.second == timer;
   }
-  if (first && !isOnLoopThread()) {
-    startIfNeeded();
-    core_->wake();
-  }
+  if (first && !isOnLoopThread()) core_->wake();
   return timer;
 }
 
 void EventLoop::cancelTimer(TimerID timer) {
+  if (mark_.isInherited()) return;
   Work dropped;
   const std::lock_guard lock(core_->mutex);
   const auto found = core_->deadlines.find(timer);
@@ -202,19 +226,23 @@ void EventLoop::cancelTimer(TimerID timer) {
 }
 
 void EventLoop::watch(int fd, std::uint32_t events, std::function<void(std::uint32_t)> handler) {
+  if (mark_.isInherited()) return;
   epoll_event event{.events = events, .data = {.fd = fd}};
   const bool known = core_->handlers.contains(fd);
   core_->handlers[fd] = std::make_shared<std::function<void(std::uint32_t)>>(std::move(handler));
   // A descriptor that was closed and opened again since has left the kernel's set while we still know its number.
-  if (epoll_ctl(core_->epoll, known ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, fd, &event) < 0 && known && errno == ENOENT) {
-    epoll_ctl(core_->epoll, EPOLL_CTL_ADD, fd, &event);
+  if (epoll_ctl(core_->epoll.get(), known ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, fd, &event) < 0 && known &&
+      errno == ENOENT) {
+    epoll_ctl(core_->epoll.get(), EPOLL_CTL_ADD, fd, &event);
   }
 }
 
 void EventLoop::unwatch(int fd) {
-  if (core_->handlers.erase(fd) > 0) epoll_ctl(core_->epoll, EPOLL_CTL_DEL, fd, nullptr);
+  if (!mark_.isInherited() && core_->handlers.erase(fd) > 0) epoll_ctl(core_->epoll.get(), EPOLL_CTL_DEL, fd, nullptr);
 }
 
-bool EventLoop::isOnLoopThread() const { return core_->threadID.load() == std::this_thread::get_id(); }
+bool EventLoop::isOnLoopThread() const {
+  return core_->threadID.load() == std::this_thread::get_id() && !mark_.isInherited();
+}
 
 }  // namespace lx

@@ -4,12 +4,16 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
+
+#include "LXUtils/Concurrency/ForkInternal.h"
+#include "LXUtils/Foundation/Result.h"
 
 namespace lx {
 
-/// One thread that waits for file descriptors and deadlines. It starts with the first thing to wait for.
+/// One thread that waits for file descriptors and deadlines. What is queued before it has started waits for it. In a
+/// forked child, the operations of an inherited loop have no effect, and what is queued is kept, neither run nor
+/// destroyed.
 class EventLoop {
  public:
   using Work = std::move_only_function<void()>;
@@ -20,6 +24,9 @@ class EventLoop {
   ~EventLoop();
   EventLoop(const EventLoop&) = delete;
   EventLoop& operator=(const EventLoop&) = delete;
+
+  /// Starts the thread unless it runs. Not to be called by two threads at once. Errors: RuntimeError.
+  Result<void> start();
 
   /// Runs `work` on the loop's thread. Any thread. What is queued when the loop ends is destroyed on the ending thread.
   void post(Work work);
@@ -44,10 +51,9 @@ class EventLoop {
 
  private:
   struct Core;
-  void startIfNeeded();
 
+  const ForkMark mark_;
   std::shared_ptr<Core> core_;
-  std::mutex startMutex_;
   std::thread thread_;
 };
 

@@ -4,8 +4,11 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <utility>
+
+#include <pthread.h>
 
 #include "LXUtils/Foundation/Clock.h"
 
@@ -23,6 +26,20 @@ struct MainQueue::State {
   std::uint64_t wakes = 0;
   std::atomic<bool> stopped{false};
 
+  // A fork waits for the mutex, which would otherwise stay locked in the child for ever if another thread had it. The
+  // child's queue has no waiters.
+  inline static std::atomic<State*> ofProcess{nullptr};
+  static void beforeFork() {
+    if (State* const state = ofProcess) state->mutex.lock();
+  }
+  static void afterForkInParent() {
+    if (State* const state = ofProcess) state->mutex.unlock();
+  }
+  static void afterForkInChild() {
+    if (State* const state = ofProcess) std::construct_at(&state->changed);
+    afterForkInParent();
+  }
+
   /// Runs the first piece of work, if there is one, with `lock` let go of meanwhile.
   bool runOne(std::unique_lock<std::mutex>& lock) {
     if (work.empty()) return false;
@@ -39,10 +56,18 @@ struct MainQueue::State {
 };
 
 MainQueue::MainQueue() : state_(std::make_unique<State>()) {}
-MainQueue::~MainQueue() = default;
+MainQueue::~MainQueue() {
+  State* mine = state_.get();
+  State::ofProcess.compare_exchange_strong(mine, nullptr);
+}
 
 const std::shared_ptr<MainQueue>& MainQueue::shared() {
-  static const auto queue = std::make_shared<MainQueue>();
+  static const auto queue = [] {
+    auto made = std::make_shared<MainQueue>();
+    State::ofProcess = made->state_.get();
+    pthread_atfork(State::beforeFork, State::afterForkInParent, State::afterForkInChild);
+    return made;
+  }();
   return queue;
 }
 

@@ -1,11 +1,15 @@
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <utility>
 
 #include "LXUtils/Concurrency/RuntimeInternal.h"
+#include "LXUtils/Logging/Logger.h"
 
 namespace lx {
 namespace {
+
+constexpr Logger logger("system");
 
 class LateJoiner {
  public:
@@ -53,10 +57,15 @@ class LateJoiner {
   bool isExiting_ = false;
 };
 
-// Never destroyed: a thread that ends the last runtime may come here while the process is exiting already.
+// A thread that ends the last runtime may come here while the process is exiting already.
 LateJoiner& lateJoiner() {
-  static auto* const joiner = new LateJoiner;
-  return *joiner;
+  static constinit PerProcess<LateJoiner> joiner;
+  return joiner.get();
+}
+
+SharedInstance<Runtime>& sharedRuntime() {
+  static constinit SharedInstance<Runtime> runtime;
+  return runtime;
 }
 
 // A session that was let go of just before the exit still closes its connections on the loop's thread, with libraries
@@ -64,29 +73,50 @@ LateJoiner& lateJoiner() {
 // does not hold up the exit, nor does a runtime that something static still holds.
 class EndAtExit {
  public:
-  explicit EndAtExit(const std::weak_ptr<Runtime>& current) : current_(current) {}
+  EndAtExit() = default;
   EndAtExit(const EndAtExit&) = delete;
   EndAtExit& operator=(const EndAtExit&) = delete;
   ~EndAtExit() {
     // What is closed there holds the runtime meanwhile, and may give the loop more to do.
     for (int round = 0; round < mostRounds; ++round) {
-      const auto runtime = current_.lock();
+      const auto runtime = sharedRuntime().existing();
       if (!runtime || !runtime->eventLoop().waitForPosted(longestWait)) break;
     }
-    lateJoiner().joinForExit(current_.expired() ? longestWait : std::chrono::milliseconds(0));
+    lateJoiner().joinForExit(sharedRuntime().existing() ? std::chrono::milliseconds(0) : longestWait);
   }
 
  private:
   static constexpr std::chrono::milliseconds longestWait{1000};
   static constexpr int mostRounds = 20;
-
-  const std::weak_ptr<Runtime>& current_;
 };
 
 }  // namespace
 
 void joinLater(std::thread thread) { lateJoiner().add(std::move(thread)); }
 void joinEarlierThreads() { lateJoiner().joinAll(); }
+
+Result<std::thread> startThread(std::function<void()> body) {
+  try {
+    return std::thread(std::move(body));
+  } catch (const std::exception& error) {
+    return fail(RuntimeError{RuntimeError::Kind::noThread, error.what()});
+  }
+}
+
+void logCurrentException() noexcept {
+  static constexpr const char* operation = "runContained(_:)";
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    try {
+      logger.log(4, "A callback ended with an exception", error.what(), operation);
+    } catch (...) {
+      return;  // not even the memory for the message is left
+    }
+  } catch (...) {
+    logger.log(4, "A callback ended with an exception", operation);
+  }
+}
 
 Runtime::Living::Living() { lateJoiner().runtimeBegins(); }
 Runtime::Living::~Living() { lateJoiner().runtimeEnds(); }
@@ -110,49 +140,57 @@ WorkerPool::~WorkerPool() {
   }
 }
 
-void WorkerPool::run(Work work) {
-  const std::lock_guard lock(core_->mutex);
-  core_->work.push_back(std::move(work));
-  if (core_->waiting >= core_->work.size()) {
-    core_->wake.notify_one();
-  } else if (threads_.size() < threadCount) {
-    threads_.emplace_back([core = core_] { core->loop(); });
-  } else {
-    core_->wake.notify_one();
+Result<void> WorkerPool::start() {
+  while (threads_.size() < threadCount) {
+    auto thread = startThread([core = core_] { core->loop(); });
+    if (!thread) return fail(thread.error());
+    threads_.push_back(*std::move(thread));
   }
+  return {};
+}
+
+void WorkerPool::run(Work work) {
+  {
+    const std::lock_guard lock(core_->mutex);
+    core_->work.push_back(std::move(work));
+  }
+  core_->wake.notify_one();
 }
 
 void WorkerPool::Core::loop() {
   std::unique_lock lock(mutex);
   while (true) {
-    while (work.empty() && !stopped) {
-      ++waiting;
-      wake.wait(lock);
-      --waiting;
-    }
+    wake.wait(lock, [this] { return stopped || !work.empty(); });
     if (stopped) return;
     Work next = std::move(work.front());
     work.pop_front();
     lock.unlock();
-    next();
+    runContained(next);
     next = nullptr;
     lock.lock();
   }
 }
 
+Result<void> Runtime::start() {
+  if (isInherited()) return fail(RuntimeError{RuntimeError::Kind::forked, {}});
+  if (isRunning_.load(std::memory_order_acquire)) return {};
+  const std::lock_guard lock(startMutex_);
+  if (isRunning_) return {};
+  if (auto started = eventLoop_.start(); !started) return started;
+  if (auto started = workers_.start(); !started) return started;
+  isRunning_.store(true, std::memory_order_release);
+  return {};
+}
+
 std::shared_ptr<Runtime> Runtime::shared() {
-  static std::mutex mutex;
-  static std::weak_ptr<Runtime> current;
-  static const EndAtExit endAtExit(current);
-  // Outside the mutex: such a thread may ask for the runtime on its way out.
+  static const EndAtExit endAtExit;
+  // Before the lock: such a thread may ask for the runtime on its way out.
   joinEarlierThreads();
-  const std::lock_guard lock(mutex);
-  auto runtime = current.lock();
-  if (!runtime) {
-    runtime = std::make_shared<Runtime>();
-    current = runtime;
-  }
-  return runtime;
+  return sharedRuntime().get([] {
+    return std::shared_ptr<Runtime>(new Runtime, [](Runtime* runtime) {
+      if (!runtime->isInherited()) delete runtime;
+    });
+  });
 }
 
 }  // namespace lx

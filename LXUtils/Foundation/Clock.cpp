@@ -1,6 +1,5 @@
 #include "LXUtils/Foundation/Clock.h"
 
-#include <mutex>
 #include <utility>
 
 #include "LXUtils/Concurrency/DispatchQueue.h"
@@ -25,6 +24,8 @@ class SystemClock final : public Clock {
       queue->async(std::move(work));
       return {};
     }
+    // Without threads the timer waits for them, except in a forked child, where the tasks of its work are cancelled.
+    if (!runtime_->start() && runtime_->isInherited()) return {};
     const auto timer = runtime_->eventLoop().addTimer(
         deadline(steadyNow(), delay),
         [queue = std::move(queue), work = std::move(work)]() mutable { queue->async(std::move(work)); });
@@ -46,17 +47,10 @@ Clock::SteadyTime Clock::deadline(SteadyTime now, Duration delay) {
 }
 
 std::shared_ptr<Clock> Clock::system() {
-  static std::mutex mutex;
-  static std::weak_ptr<Clock> current;
+  static constinit SharedInstance<Clock> clock;
   // Before the lock: earlier threads are joined there, which may ask for the clock on their way out.
   auto runtime = Runtime::shared();
-  const std::lock_guard lock(mutex);
-  auto clock = current.lock();
-  if (!clock) {
-    clock = std::make_shared<SystemClock>(std::move(runtime));
-    current = clock;
-  }
-  return clock;
+  return clock.get([&] { return std::make_shared<SystemClock>(std::move(runtime)); });
 }
 
 }  // namespace lx

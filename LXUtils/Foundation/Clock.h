@@ -44,7 +44,8 @@ class Clock {
   /// `now` + `delay`, or the latest time that can be represented if the sum is beyond it.
   static SteadyTime deadline(SteadyTime now, Duration delay);
 
-  /// Enqueues `work` on `queue` once `delay` has passed; at once when the delay is not positive.
+  /// Enqueues `work` on `queue` once `delay` has passed; at once when the delay is not positive. If the system's clock
+  /// cannot start its thread, the timer waits for it as work on a queue does; see `DispatchQueue::async`.
   virtual Timer after(Duration delay, std::shared_ptr<DispatchQueue> queue, Work work) = 0;
 
   /// The system's clock. It lives as long as someone holds it.

@@ -30,6 +30,7 @@ CurlEngine::CurlEngine(URLSessionConfiguration configuration)
     : configuration_(std::move(configuration)), runtime_(Runtime::shared()) {}
 
 Task<NetworkResponse> CurlEngine::send(URLRequest request) {
+  if (auto running = runtime_->start(); !running) return Task<NetworkResponse>::failure(running.error());
   const auto exchange = std::make_shared<Exchange>();
   exchange->started = systemSteadyNow();
   exchange->deadline = exchange->started + std::min(request.timeout.value_or(configuration_.timeout), longestTimeout);

@@ -35,7 +35,8 @@ class CurlURLSession final : public URLSession {
   ~CurlURLSession() override;
 
   /// Nothing is sent of a request without an absolute http(s) URL, with user information in it, or with a header whose
-  /// name is no token or whose value holds CR, LF or NUL. It fails as `invalidRequest`.
+  /// name is no token or whose value holds CR, LF or NUL. It fails as `invalidRequest`. If the library's threads cannot
+  /// be started, the request fails with RuntimeError before this returns; the next request tries to start them again.
   Task<NetworkResponse> send(URLRequest request) override;
 
   std::optional<std::chrono::milliseconds> callTimeout() const override { return callTimeout_; }

@@ -3,6 +3,8 @@
 #include <optional>
 #include <utility>
 
+#include "LXUtils/Concurrency/RuntimeError.h"
+
 namespace lx {
 
 // A call that has not been answered, with the transfer that is under way for it.
@@ -162,9 +164,10 @@ void NetworkServiceImpl::send(const CallRef& call, URLRequest request, Completio
 void NetworkServiceImpl::judge(const CallRef& call, URLRequest request, const Result<NetworkResponse>& outcome,
                                Completion<NetworkResponse> completion) {
   if (call->identity->hasEnded()) return;
-  // A cancelled transfer is no failure of the request, so there is nothing to try again.
-  const bool isCancelled = !outcome && outcome.error().is(TaskError::cancelled);
-  if (!call->retrier || isCancelled) return completion(outcome);
+  // A cancelled transfer is no failure of the request, so there is nothing to try again. Without threads, no timer
+  // would end the delay before the next attempt.
+  const bool isFinal = !outcome && (outcome.error().is(TaskError::cancelled) || outcome.error().as<RuntimeError>());
+  if (!call->retrier || isFinal) return completion(outcome);
   if (outcome) {
     call->retrier->retryIfNeeded(delegateQueue_, std::move(request), *outcome, std::move(completion));
   } else {

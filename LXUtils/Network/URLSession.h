@@ -39,7 +39,8 @@ class URLSession {
  public:
   virtual ~URLSession() = default;
 
-  /// Sends the request as it is. A response of any status is a value; an error is a URLSessionError.
+  /// Sends the request as it is. A response of any status is a value. Errors: URLSessionError; RuntimeError when
+  /// nothing was sent, since the library's threads cannot be started.
   virtual Task<NetworkResponse> send(URLRequest request) = 0;
 
   /// The longest that a network service's call on this session may take: all attempts, refreshes and delays included.

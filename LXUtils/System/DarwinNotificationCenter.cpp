@@ -14,6 +14,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "LXUtils/Concurrency/ForkInternal.h"
+#include "LXUtils/Concurrency/Protected.h"
 #include "LXUtils/Logging/Logger.h"
 #include "LXUtils/System/FolderWatchInternal.h"
 
@@ -152,18 +154,16 @@ std::string preparedFolder(const std::string& path) {
 }  // namespace
 
 std::shared_ptr<DarwinNotificationCenter> DarwinNotificationCenter::forFolder(const std::string& path) {
-  static std::mutex mutex;
-  static std::map<std::string, std::weak_ptr<FolderNotificationCenter>> centers;
+  using Centers = std::map<std::string, std::weak_ptr<FolderNotificationCenter>>;
+  static constinit PerProcess<Protected<Centers>> centersByFolder;
   const std::string folder = preparedFolder(path);
-  const std::lock_guard lock(mutex);
-  std::erase_if(centers, [](const auto& item) { return item.second.expired(); });
-  auto& current = centers[folder];
-  auto center = current.lock();
-  if (!center) {
-    center = std::make_shared<FolderNotificationCenter>(folder);
-    current = center;
-  }
-  return center;
+  return centersByFolder.get().withLock([&](Centers& centers) {
+    std::erase_if(centers, [](const auto& item) { return item.second.expired(); });
+    auto& current = centers[folder];
+    auto center = current.lock();
+    if (!center) current = center = std::make_shared<FolderNotificationCenter>(folder);
+    return center;
+  });
 }
 
 }  // namespace lx

@@ -21,18 +21,14 @@ constexpr Logger logger("system");
 }  // namespace
 
 std::shared_ptr<FolderWatch> FolderWatch::shared() {
-  static std::mutex mutex;
-  static std::weak_ptr<FolderWatch> current;
+  static constinit SharedInstance<FolderWatch> watch;
   // Before the lock: earlier threads are joined there, which may come here on their way out.
   auto runtime = Runtime::shared();
-  const std::lock_guard lock(mutex);
-  auto watch = current.lock();
-  if (!watch) {
-    watch = std::make_shared<FolderWatch>(std::move(runtime));
-    watch->start();
-    current = watch;
-  }
-  return watch;
+  return watch.get([&] {
+    auto made = std::make_shared<FolderWatch>(std::move(runtime));
+    made->start();
+    return made;
+  });
 }
 
 FolderWatch::FolderWatch(std::shared_ptr<Runtime> runtime)
@@ -70,6 +66,10 @@ bool FolderWatch::tryToWatch(Entry& entry) {
 }
 
 void FolderWatch::add(const std::string& folder, const std::shared_ptr<FolderListener>& listener) {
+  if (const auto running = runtime_->start(); !running) {
+    logger.log(3, "Notifications are not delivered yet", running.error().description(), "add(folder:listener:)");
+    if (runtime_->isInherited()) return;
+  }
   const std::lock_guard lock(mutex_);
   Entry entry{folder, listener.get(), listener, unwatched};
   const bool isWatched = tryToWatch(entry);
@@ -78,6 +78,7 @@ void FolderWatch::add(const std::string& folder, const std::shared_ptr<FolderLis
 }
 
 void FolderWatch::remove(const FolderListener* listener) {
+  if (runtime_->isInherited()) return;  // the kernel's watches are those of the parent
   const std::lock_guard lock(mutex_);
   const auto found = std::ranges::find(entries_, listener, &Entry::identity);
   if (found == entries_.end()) return;

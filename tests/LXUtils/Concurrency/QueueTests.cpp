@@ -1,5 +1,6 @@
 #include <atomic>
 #include <future>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -66,6 +67,17 @@ TEST(SerialQueue, TheLastOwnerMayBeItsOwnWork) {
   queue->async([queue, witness = std::make_unique<Witness>(&gone)] {});
   queue.reset();
   gone.get_future().wait();
+}
+
+TEST(SerialQueue, OutlivesAnExceptionOfItsWork) {
+  const auto queue = DispatchQueue::makeSerial("test");
+  const auto task = Task<void>::success().map([] { throw std::runtime_error("on a worker"); }, queue);
+  std::promise<void> ran;
+  queue->async([&] { ran.set_value(); });
+  ran.get_future().wait();
+  EXPECT_EQ(task.result()->error().typeName(), "TaskError.cancelled");
+  EXPECT_THROW(queue->sync([] { throw std::runtime_error("on the caller's thread"); }), std::runtime_error);
+  queue->sync([] {});
 }
 
 TEST(SystemClock, TimersFireInTheOrderOfTheirDeadlinesAndNotWhenCancelled) {
