@@ -3,6 +3,7 @@
 #include <optional>
 #include <utility>
 
+#include "LXUtils/Concurrency/ForkInternal.h"
 #include "LXUtils/Concurrency/RuntimeError.h"
 
 namespace lx {
@@ -65,7 +66,10 @@ NetworkServiceImpl::NetworkServiceImpl(std::shared_ptr<URLSession> session,
       requestAuthorizer_(std::move(requestAuthorizer)),
       delegateQueue_(std::move(delegateQueue)),
       logger_(logger),
-      clock_(std::move(clock)) {}
+      clock_(std::move(clock)),
+      forkMark_(std::make_unique<const ForkMark>()) {}
+
+NetworkServiceImpl::~NetworkServiceImpl() = default;
 
 void NetworkServiceImpl::setRequestRetrier(std::shared_ptr<RequestRetrier> retrier) {
   retrier_.withLock([&](auto& current) { current.swap(retrier); });
@@ -103,6 +107,10 @@ Task<NetworkResponse> NetworkServiceImpl::startCall(URLRequest request, Attempt 
     CallRef call_;  // null in what was moved from
   };
 
+  // Before any lock, which another thread of the parent may have held.
+  if (forkMark_->isInherited()) {
+    return Task<NetworkResponse>::failure(RuntimeError{RuntimeError::Kind::forked, {}});
+  }
   const auto call = std::make_shared<Call>(retrier_.withLock([](const auto& current) { return current; }), calls_);
   calls_->withLock([&](auto& calls) { calls.emplace(call->identity.get(), call); });
   request.identity = call->identity;

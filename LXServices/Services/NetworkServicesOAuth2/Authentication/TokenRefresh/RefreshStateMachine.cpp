@@ -5,6 +5,7 @@
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefresh/RefreshStateMachineInternal.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefreshErrorInfo.h"
 #include "LXUtils/Concurrency/OperationQueue.h"
+#include "LXUtils/Concurrency/RuntimeError.h"
 #include "LXUtils/Network/NetworkServiceError.h"
 
 namespace lx {
@@ -18,6 +19,8 @@ bool isInvalidRefreshToken(const Error& error) {
   const auto* info = dynamic_cast<const TokenRefreshErrorInfo*>(serverError->info.get());
   return info && info->isInvalidRefreshToken();
 }
+
+Error forked() { return RuntimeError{RuntimeError::Kind::forked, {}}; }
 
 // The cookie-era credentials of a signed-in user who is not anonymous.
 Result<std::optional<UserAuthData>> loadFallback(AuthCredentialsStorage& storage) {
@@ -91,6 +94,7 @@ bool RefreshStateMachine::hasCredentials() {
 }
 
 void RefreshStateMachine::getOAuth2Credentials(Completion<OAuth2Credentials> completion) {
+  if (forkMark_.isInherited()) return completion(fail(forked()));
   std::optional<OAuth2Credentials> valid;
   transact([&](MutableState& state, Effects& effects) {
     auto& waiting = state.pending.getCredentialsCompletions;
@@ -98,8 +102,7 @@ void RefreshStateMachine::getOAuth2Credentials(Completion<OAuth2Credentials> com
     auto stored = loadForCaller(state, effects, completion, "getOAuth2Credentials(_:)");
     if (!stored) return;
     if (stored->needsRefresh(clock_->now())) {
-      waiting.push_back(std::move(completion));
-      start(state, *stored);
+      start(state, effects, *stored, waiting, std::move(completion));
     } else {
       valid = std::move(stored);
     }
@@ -117,6 +120,7 @@ void RefreshStateMachine::refreshRejectedOAuth2Credentials(std::string_view acce
 
 // Without a rejected token, whatever is stored is refreshed.
 void RefreshStateMachine::refresh(std::string_view rejectedAccessToken, Completion<void> completion, LogSite site) {
+  if (forkMark_.isInherited()) return completion(fail(forked()));
   transact([&](MutableState& state, Effects& effects) {
     auto& waiting = state.pending.refreshCompletions;
     if (state.state != State::idle) return waiting.push_back(std::move(completion));
@@ -125,8 +129,7 @@ void RefreshStateMachine::refresh(std::string_view rejectedAccessToken, Completi
     if (!rejectedAccessToken.empty() && stored->accessToken != rejectedAccessToken) {
       return effects.add([completion = std::move(completion)]() mutable { completion({}); });
     }
-    waiting.push_back(std::move(completion));
-    start(state, *stored);
+    start(state, effects, *stored, waiting, std::move(completion));
   });
 }
 
@@ -146,7 +149,14 @@ std::optional<OAuth2Credentials> RefreshStateMachine::loadForCaller(MutableState
   return std::nullopt;
 }
 
-void RefreshStateMachine::start(MutableState& state, const OAuth2Credentials& credentials) {
+template <class T>
+void RefreshStateMachine::start(MutableState& state, Effects& effects, const OAuth2Credentials& credentials,
+                                std::vector<Completion<T>>& waiting, Completion<T> completion) {
+  if (const auto running = workQueue_->ensureRunning(); !running) {
+    return effects.add(
+        [completion = std::move(completion), error = running.error()]() mutable { completion(fail(error)); });
+  }
+  waiting.push_back(std::move(completion));
   state.state = State::refreshingToken;
   Refresh refresh;
   refresh.epoch = state.refresh.epoch + 1;
@@ -169,6 +179,7 @@ void RefreshStateMachine::setSilentAuthorizationManager(std::shared_ptr<SilentAu
 }
 
 Task<void> RefreshStateMachine::revokeCredentials() {
+  if (forkMark_.isInherited()) return Task<void>::failure(forked());
   transact([&](MutableState& state, Effects& effects) {
     if (state.state == State::idle) return;
     // On the work queue before the callers are answered there, and before the next refresh takes its first step.

@@ -13,6 +13,7 @@
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefresh/RefreshLockInternal.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefresh/RefreshVerdictInternal.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefresh/TokenRefreshNotificationsManager.h"
+#include "LXUtils/Concurrency/ForkInternal.h"
 #include "LXUtils/Concurrency/Protected.h"
 
 namespace lx {
@@ -46,6 +47,9 @@ namespace lx {
 /// the lock with noted credentials looks at the store before it sends. `RefreshVerdict` is the table of what the store
 /// means at each moment. An answer is stored only if the store still holds what it was obtained for; the store checks
 /// this under its own lock.
+///
+/// **Nothing is queued that nobody runs.** A refresh starts only if the work queue's threads run. In a forked child,
+/// where they do not, every call fails before it takes a lock, which another thread of the parent may have held.
 class RefreshStateMachine final : public OAuth2CredentialsServiceImpl,
                                   public std::enable_shared_from_this<RefreshStateMachine> {
  public:
@@ -130,7 +134,9 @@ class RefreshStateMachine final : public OAuth2CredentialsServiceImpl,
   template <class T>
   std::optional<OAuth2Credentials> loadForCaller(MutableState& state, Effects& effects, Completion<T>& completion,
                                                  LogSite site);
-  void start(MutableState& state, const OAuth2Credentials& credentials);
+  template <class T>
+  void start(MutableState& state, Effects& effects, const OAuth2Credentials& credentials,
+             std::vector<Completion<T>>& waiting, Completion<T> completion);
 
   void refreshStep(MutableState& state, Effects& effects);
   void send(MutableState& state, Effects& effects);
@@ -171,6 +177,7 @@ class RefreshStateMachine final : public OAuth2CredentialsServiceImpl,
   const QueueRef workQueue_ =
       DispatchQueue::makeSerial("com.lexiconia.oauth2credentialsservice.workQueue", QualityOfService::userInitiated);
   Protected<MutableState> mutableState_;
+  const ForkMark forkMark_;
   const Waiting waiting_;
   const std::shared_ptr<Clock> clock_;
 };
