@@ -142,6 +142,16 @@ TEST_F(ToolSession, AStoreThatCannotBeWrittenFailsBeforeTheRefreshTokenIsSpent) 
   EXPECT_EQ(storedSecrets(), before);
 }
 
+TEST_F(ToolSession, AWantOfDescriptorsIsATypedErrorAndLosesNothing) {
+  ASSERT_EQ(lx({"anonymous"}).status, 0);
+  for (const auto* most : {"4", "5", "7", "8"}) {
+    ChildProcess starved(commandLine("token refresh --json 2>&1", std::string("ulimit -n ") + most + "; "));
+    EXPECT_THAT(starved.readLine(), StartsWith(R"({"error":{"type":")")) << most;
+    EXPECT_EQ(starved.wait(), 1);
+  }
+  EXPECT_EQ(lx({"token", "refresh"}).status, 0);
+}
+
 TEST_F(ToolSession, WorksWithClosedStandardStreamsAndWritesNoLogIntoItsFiles) {
   ASSERT_EQ(lx({"anonymous"}).status, 0);
   ChildProcess closed(commandLine("--log 0 token refresh <&- >&- 2>&-"));
