@@ -106,7 +106,11 @@ class FolderNotificationCenter final : public DarwinNotificationCenter,
 
   void post(const std::string& name) override {
     const std::string path = pathOf(fileNameOf(name));
-    const FileDescriptor file(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
+    const auto openFile = [&] {
+      return FileDescriptor(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
+    };
+    auto file = openFile();
+    if (!file.isOpen() && errno == ENOENT && (mkdir(folder_.c_str(), 0700) == 0 || errno == EEXIST)) file = openFile();
     if (!file.isOpen() || write(file.get(), "+", 1) != 1) {
       logger.log(3, "A notification could not be posted", std::generic_category().message(errno), "post(name:)");
     }
@@ -114,6 +118,10 @@ class FolderNotificationCenter final : public DarwinNotificationCenter,
 
   void fileHasChanged(std::string_view name) override { check(pathOf(name)); }
   void anyFileMayHaveChanged() override { check({}); }
+  void folderIsGone() override {
+    const std::lock_guard lock(mutex_);
+    for (const auto& [token, observer] : observers_) observer->seen = 0;
+  }
 
  private:
   std::string pathOf(std::string_view fileName) const { return std::string(folder_).append("/").append(fileName); }

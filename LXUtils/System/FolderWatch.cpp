@@ -7,6 +7,7 @@
 
 #include <sys/epoll.h>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 
 #include "LXUtils/Concurrency/RuntimeInternal.h"
 #include "LXUtils/Foundation/ClockInternal.h"
@@ -24,15 +25,10 @@ std::shared_ptr<FolderWatch> FolderWatch::shared() {
   static constinit SharedInstance<FolderWatch> watch;
   // Before the lock: earlier threads are joined there, which may come here on their way out.
   auto runtime = Runtime::shared();
-  return watch.get([&] {
-    auto made = std::make_shared<FolderWatch>(std::move(runtime));
-    made->start();
-    return made;
-  });
+  return watch.get([&] { return std::make_shared<FolderWatch>(std::move(runtime)); });
 }
 
-FolderWatch::FolderWatch(std::shared_ptr<Runtime> runtime)
-    : runtime_(std::move(runtime)), inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
+FolderWatch::FolderWatch(std::shared_ptr<Runtime> runtime) : runtime_(std::move(runtime)) {}
 
 FolderWatch::~FolderWatch() {
   if (!inotify_.isOpen()) return;
@@ -41,15 +37,10 @@ FolderWatch::~FolderWatch() {
   loop.perform([&loop, inotify = std::move(inotify_)] { loop.unwatch(inotify.get()); });
 }
 
-void FolderWatch::start() {
-  if (!inotify_.isOpen()) {
-    static std::atomic<bool> isLogged{false};
-    if (!isLogged.exchange(true)) {
-      logger.log(3, "No file system notifications, looking every 100 ms", std::generic_category().message(errno),
-                 "start()");
-    }
-    return;
-  }
+bool FolderWatch::openInotify() {
+  if (inotify_.isOpen()) return true;
+  inotify_ = FileDescriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+  if (!inotify_.isOpen()) return false;
   runtime_->eventLoop().perform([weak = weak_from_this()] {
     const auto self = weak.lock();
     if (!self) return;
@@ -57,12 +48,20 @@ void FolderWatch::start() {
       if (const auto alive = weak.lock()) alive->readEvents();
     });
   });
+  return true;
 }
 
-bool FolderWatch::tryToWatch(Entry& entry) {
-  if (!inotify_.isOpen()) return false;
-  entry.watch = inotify_add_watch(inotify_.get(), entry.folder.c_str(), IN_MODIFY | IN_ONLYDIR);
-  return entry.watch != unwatched;
+void FolderWatch::tryToWatch(Entry& entry) {
+  mkdir(entry.folder.c_str(), 0700);  // in the usual case it exists; any other fault shows in the watch
+  if (openInotify()) {
+    entry.watch = inotify_add_watch(inotify_.get(), entry.folder.c_str(), IN_MODIFY | IN_MOVE_SELF | IN_ONLYDIR);
+  }
+  const bool hasFailed = entry.watch == unwatched;
+  if (!std::exchange(entry.hasFailed, hasFailed) && hasFailed) {
+    logger.log(3, "Notifications cannot be watched for and are looked for every 100 ms",
+               std::generic_category().message(errno), "tryToWatch(_:)");
+  }
+  if (hasFailed) pollLater();
 }
 
 void FolderWatch::add(const std::string& folder, const std::shared_ptr<FolderListener>& listener) {
@@ -71,10 +70,8 @@ void FolderWatch::add(const std::string& folder, const std::shared_ptr<FolderLis
     if (runtime_->isInherited()) return;
   }
   const std::lock_guard lock(mutex_);
-  Entry entry{folder, listener.get(), listener, unwatched};
-  const bool isWatched = tryToWatch(entry);
-  entries_.push_back(std::move(entry));
-  if (!isWatched) pollLater();
+  entries_.push_back({folder, listener.get(), listener, unwatched});
+  tryToWatch(entries_.back());
 }
 
 void FolderWatch::remove(const FolderListener* listener) {
@@ -103,6 +100,7 @@ void FolderWatch::readEvents() {
 
 void FolderWatch::dispatch(int watch, std::uint32_t mask, std::string_view name) {
   const bool isOverflow = (mask & IN_Q_OVERFLOW) != 0;
+  const bool isGone = (mask & (IN_IGNORED | IN_MOVE_SELF)) != 0;
   // Released after the lock: this thread may be the last to hold one, which then takes itself off the list.
   Listeners listeners;
   {
@@ -110,15 +108,19 @@ void FolderWatch::dispatch(int watch, std::uint32_t mask, std::string_view name)
     for (auto& entry : entries_) {
       if (entry.watch != watch && !isOverflow) continue;
       if (auto listener = entry.listener.lock()) listeners.push_back(std::move(listener));
-      if ((mask & IN_IGNORED) != 0) {
+      if (isGone) {
         entry.watch = unwatched;
         pollLater();
       }
     }
+    // The kernel follows a folder that was moved, while posts go to a new one at its path.
+    if ((mask & IN_MOVE_SELF) != 0) inotify_rm_watch(inotify_.get(), watch);
   }
   for (const auto& listener : listeners) {
     if (isOverflow) {
       listener->anyFileMayHaveChanged();
+    } else if (isGone) {
+      listener->folderIsGone();
     } else if (!name.empty()) {
       listener->fileHasChanged(name);
     }
@@ -142,7 +144,7 @@ void FolderWatch::poll() {
       auto listener = entry.listener.lock();
       if (!listener) continue;
       // Watched first and looked at afterwards, so that nothing falls between.
-      if (!tryToWatch(entry)) pollLater();
+      tryToWatch(entry);
       listeners.push_back(std::move(listener));
     }
   }

@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <string>
 
@@ -7,6 +8,7 @@
 #include "LXUtils/Concurrency/OperationQueue.h"
 #include "LXUtils/Concurrency/RuntimeInternal.h"
 #include "LXUtils/System/DarwinNotificationCenter.h"
+#include "LXUtils/System/FolderWatchInternal.h"
 
 #include "TemporaryFolder.h"
 #include "process/ChildProcess.h"
@@ -102,15 +104,37 @@ TEST_F(Notifications, SurviveAnOverflowOfTheSystemsQueue) {
 
 TEST_F(Notifications, SurviveTheLossOfTheirFolder) {
   center->addObserver("name", main, count);
-  center->post("name");
-  fence();
-  ASSERT_EQ(calls, 1);
+  const std::function<void()> losses[] = {
+      [&] { std::filesystem::remove_all(folder); },
+      [&] { std::filesystem::rename(folder, parent.file("moved")); },
+      [&] {
+        std::filesystem::remove_all(folder);
+        const std::ofstream file(folder);
+        center->post("name");  // cannot be posted
+        std::filesystem::remove(folder);
+      },
+  };
+  for (const auto& lose : losses) {
+    fence();
+    lose();
+    calls = 0;
+    center->post("name");
+    EXPECT_TRUE(settles([&] { return calls == 1; }));
+  }
+}
+
+TEST_F(Notifications, HaveTheirFolderCreatedAgainByItsWatch) {
+  struct Listener final : FolderListener {
+    void fileHasChanged(std::string_view) override {}
+    void folderIsGone() override {}
+    void anyFileMayHaveChanged() override { MainQueue::shared()->wake(); }
+  };
+  const auto listener = std::make_shared<Listener>();
+  const auto watch = FolderWatch::shared();
+  watch->add(folder, listener);
   std::filesystem::remove_all(folder);
-  center->post("name");
-  std::filesystem::create_directory(folder);
-  center->post("name");
-  center->post("name");
-  EXPECT_TRUE(settles([&] { return calls >= 2; }));
+  EXPECT_TRUE(settles([&] { return std::filesystem::is_directory(folder); }));
+  watch->remove(listener.get());
 }
 
 TEST_F(Notifications, TakeAnyNameAndOneCenterServesAFolder) {
