@@ -81,7 +81,14 @@ void CurlEngine::takeIncoming() {
     sigemptyset(&pipeSignal);
     sigaddset(&pipeSignal, SIGPIPE);
     pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
-    machinery_ = std::make_unique<Machinery>(*this, runtime_->eventLoop());
+    auto machinery = std::make_unique<Machinery>(*this, runtime_->eventLoop());
+    if (!machinery->multi.isUsable()) {
+      for (const auto& exchange : exchanges) {
+        exchange->promise.complete(fail(URLSessionError{URLSessionError::Kind::other, "out of memory"}));
+      }
+      return;
+    }
+    machinery_ = std::move(machinery);
   }
   for (const auto& exchange : exchanges) {
     if (!exchange->cancelled) start(exchange);

@@ -1,15 +1,17 @@
 #include "LXUtils/Network/CurlMultiInternal.h"
 
+#include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include "LXUtils/Foundation/ClockInternal.h"
+#include "LXUtils/Network/CurlWakeUpInternal.h"
 
 namespace lx {
 
 CurlMulti::CurlMulti(EventLoop& loop, std::function<void(CURL*, CURLcode)> finished)
-    : loop_(loop), finished_(std::move(finished)), multi_(curl_multi_init()), timer_(loop, [this] {
+    : loop_(loop), finished_(std::move(finished)), multi_(makeCurlMulti()), timer_(loop, [this] {
         isDue_ = true;
         run();
       }) {
@@ -100,7 +102,11 @@ void CurlMulti::unwatch(int fd, Socket& socket) {
 
 int CurlMulti::socketChanged(CURL*, curl_socket_t fd, int what, void* self, void*) {
   auto& multi = *static_cast<CurlMulti*>(self);
-  auto& socket = multi.sockets_[fd];
+  const auto [entry, isNew] = multi.sockets_.try_emplace(fd);
+  auto& socket = entry->second;
+  // The reading end of the pair by which libcurl's name look-up tells that it has ended. The writing end stays out of
+  // reach: a program that is started during the look-up inherits that one.
+  if (isNew) fcntl(fd, F_SETFD, FD_CLOEXEC);
   socket.wanted = 0;
   if (what == CURL_POLL_IN || what == CURL_POLL_INOUT) socket.wanted |= EPOLLIN;
   if (what == CURL_POLL_OUT || what == CURL_POLL_INOUT) socket.wanted |= EPOLLOUT;

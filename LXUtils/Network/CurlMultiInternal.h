@@ -25,6 +25,9 @@ class CurlMulti {
   CurlMulti(const CurlMulti&) = delete;
   CurlMulti& operator=(const CurlMulti&) = delete;
 
+  /// False if there was no memory for the handle. Nothing else may be called then.
+  bool isUsable() const { return multi_; }
+
   void setLimits(long idleConnections, long connections);
 
   /// Has the handle's sockets opened for, and closed by, this object.

@@ -42,5 +42,9 @@ TEST_F(Runtimes, OfAParentFailInAForkedChildWhichLeavesAtOnceAndDisturbsNothing)
   EXPECT_EQ(server.connections(), 2);  // the parent's, which it keeps, and one of the child's own session
 }
 
+TEST_F(Runtimes, OpenNoDescriptorThatAProgramInherits) {
+  EXPECT_THAT(linesOf({"spawn"}), ElementsAre("ok", "open", "(ended)"));
+}
+
 }  // namespace
 }  // namespace lx
