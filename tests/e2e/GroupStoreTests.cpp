@@ -106,6 +106,30 @@ TEST_F(GroupStore, AChangeHoldsThatComesAtAnyMomentOfARefreshAlsoOfAStoppedProce
   }
 }
 
+TEST_F(GroupStore, ASignInThatIsKilledAtAnyPointBringsNoFormerUserBack) {
+  bool isSignedIn = false;
+  for (int syncs = 0; !isSignedIn; ++syncs) {
+    SCOPED_TRACE("killed at sync " + std::to_string(syncs));
+    ASSERT_LT(syncs, 20);
+    const auto former = signIn(std::chrono::hours(1));
+    ASSERT_TRUE(store->storeUser(UserModel::example()));
+    ASSERT_TRUE(store->storeLegacyAuthData(UserAuthData{"lxauth", {}, {}}));
+    auto probe = startReady("sign-in", {"syncs=" + std::to_string(syncs)});
+    probe->process.writeLine("signin new-access new-refresh");
+    isSignedIn = probe->process.readLine() == "signed in";
+    const auto current = stored();
+    if (current.accessToken == "new-access") {
+      EXPECT_FALSE(*store->currentUser());
+      EXPECT_FALSE(*store->loadLegacyAuthData());
+    } else {
+      EXPECT_EQ(current, former);
+    }
+    // Whatever was killed before, a sign-out leaves no token behind.
+    ASSERT_TRUE(store->signOut());
+    EXPECT_THAT(filesWithTokens(), ::testing::IsEmpty());
+  }
+}
+
 TEST_F(GroupStore, ProcessesThatAskAgainAtOnceDoNotFailEachOther) {
   constexpr std::size_t waiterCount = 8;
   const auto center = DarwinNotificationCenter::forFolder(folder.file("notifications"));
@@ -133,6 +157,23 @@ TEST_F(GroupStore, ProcessesThatAskAgainAtOnceDoNotFailEachOther) {
     EXPECT_EQ(posts("Failure"), failuresBefore + 5) << "nobody passes a failure on that belongs to another refresh";
     EXPECT_EQ(refreshes(), refreshesBefore + 1);
   }
+
+  // The failure of the refresh itself fails each of them once at most. Then one of them refreshes.
+  signInExpired();
+  const auto failuresBefore = posts("Failure");
+  const auto refreshesBefore = refreshes();
+  backend->addFault(std::string("POST ") + tokenPath + " refresh_token",
+                    {.effect = Fault::Status{.status = 400}, .delay = milliseconds(400)});
+  holder->process.writeLine("get 1");
+  ASSERT_TRUE(waitForRefreshes(refreshesBefore + 1));
+  for (const auto& waiter : waiters) waiter->process.writeLine("insist");
+  EXPECT_EQ(holder->answer().error, "NetworkServiceError.serverError");
+  for (const auto& waiter : waiters) {
+    EXPECT_THAT(waiter->process.readLine(), ::testing::AnyOf("failures 0", "failures 1"));
+    EXPECT_TRUE(waiter->answer().holds(stored()));
+  }
+  EXPECT_LE(posts("Failure"), failuresBefore + 1 + waiterCount);
+  EXPECT_EQ(refreshes(), refreshesBefore + 2);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // One process of an app group, with the whole stack of an app.
 //   group_probe FOLDER ADDRESS CA_FILE CONTAINER [poll=MS] [bound=MS] [die=beforeStore|afterStore|inAnswer] [hold=sync]
+//   [syncs=N]
 // builds the stack, prints "ready" and obeys the lines of its input until that ends:
 //   get N      N callers ask for credentials at once. When all are answered, prints one line for each in the order of
 //              the answers, "ok ACCESS_TOKEN REFRESH_TOKEN NANOSECONDS" or "error TYPE NANOSECONDS", and then "done
@@ -8,16 +9,19 @@
 //   refresh N  the same for callers that force a refresh; the tokens are those of the store at that moment
 //   insist     one caller that asks again at once after each error; prints "failures N" and then as for get
 //   go         ends the hold, see below
+//   signin A R stores a sign-in of another user with the access token A and the refresh token R, and prints "signed in"
 //   user       prints "user ID" or "error TYPE"
 //   logouts    prints "logouts N", how often the app was asked to log out
 // Times are those of the system's steady clock, which all processes share. With hold=sync, the process prints
-// "syncing" when it has written new credentials, and syncs them only after "go".
+// "syncing" when it has written new credentials, and syncs them only after "go". With syncs=N, it dies instead of
+// syncing anything once more after N times.
 
 #include <atomic>
 #include <barrier>
 #include <csignal>
 #include <cstdio>
 #include <iostream>
+#include <limits>
 #include <map>
 #include <sstream>
 #include <thread>
@@ -47,6 +51,7 @@ std::int64_t nanoseconds() { return Clock::system()->steadyNow().time_since_epoc
 
 // Where a process that holds its syncs waits for "go".
 std::atomic<bool> isHolding{false};
+std::atomic<int> syncsLeft{std::numeric_limits<int>::max()};
 
 // The group's store, which notes when it was written to and ends the process when it is told to.
 class ProbeStorage final : public AuthCredentialsStorage {
@@ -79,6 +84,8 @@ class ProbeStorage final : public AuthCredentialsStorage {
   Result<DeviceAuthData> loadDeviceAuthData() override { return storage_->loadDeviceAuthData(); }
   Result<std::optional<UserModel>> currentUser() override { return storage_->currentUser(); }
   std::optional<std::string> trustedDeviceID() const override { return storage_->trustedDeviceID(); }
+
+  FileCredentialsStorage& files() { return *storage_; }
 
   std::atomic<std::int64_t> firstStore{0};
 
@@ -126,7 +133,11 @@ class Probe {
     stack_.builder.oauth2CredentialsService()->setDelegate(logouts_);
   }
 
-  void obey(const std::string& command, int count) {
+  void obey(std::istream& words) {
+    std::string command;
+    int count = 1;
+    words >> command;
+    if (command == "get" || command == "refresh") words >> count;
     if (command == "get") {
       gather(count, [this](Completion<OAuth2Credentials> completion) {
         stack_.builder.oauth2CredentialsService()->getOAuth2Credentials(std::move(completion));
@@ -142,6 +153,13 @@ class Probe {
       });
     } else if (command == "insist") {
       insist(0);
+    } else if (command == "signin") {
+      std::string access;
+      std::string refresh;
+      words >> access >> refresh;
+      const OAuth2Credentials credentials{access, refresh, Clock::system()->now() + std::chrono::hours(1)};
+      const auto stored = store_->files().storeSignIn({credentials, {"new-device"}});
+      say(stored ? "signed in" : "error " + stored.error().typeName());
     } else if (command == "go") {
       isHolding = false;
       isHolding.notify_all();
@@ -218,14 +236,12 @@ int run(const std::vector<std::string>& arguments) {
   if (settings.contains("bound")) options.waiting.bound = std::chrono::milliseconds(std::stoi(settings["bound"]));
 
   isHolding = settings["hold"] == "sync";
+  if (settings.contains("syncs")) syncsLeft = std::stoi(settings["syncs"]);
   Probe probe(std::move(options), settings["die"]);
   std::jthread commands([&] {
     for (std::string line; std::getline(std::cin, line);) {
       std::istringstream words(line);
-      std::string command;
-      int count = 1;
-      words >> command >> count;
-      probe.obey(command, count);
+      probe.obey(words);
     }
     MainQueue::shared()->stop();
   });
@@ -239,6 +255,7 @@ int run(const std::vector<std::string>& arguments) {
 
 // In the place of the system's, so that a moment can be held that lies inside one call of the store.
 extern "C" int fsync(int file) {
+  if (--lx::syncsLeft < 0) lx::die();
   char start = 0;
   if (lx::isHolding && pread(file, &start, 1, 0) == 1 && start == '{') {
     lx::say("syncing");
