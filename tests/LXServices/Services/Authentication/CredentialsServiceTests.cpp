@@ -231,6 +231,7 @@ TEST_F(CredentialsService, AnInvalidRefreshTokenThatTheStoreNoLongerHoldsIsNoRea
   stack.store->setRecords({});
   ASSERT_TRUE(stack.answers(3, fail(CredentialsStack::invalidRefreshToken())));
   EXPECT_TRUE(stack.happens("logout"));
+  EXPECT_TRUE(stack.happens("refresh third NetworkServiceError.serverError"));
 }
 
 TEST_F(CredentialsService, SpendsNoRefreshTokenIfTheStoreCannotBeWrittenOrRecoversAPair) {
