@@ -26,5 +26,25 @@ TEST_F(GroupRefresh, SixteenProcessesWithManyCallersEachSendOneRequest) {
   EXPECT_TRUE(std::ranges::all_of(answers, [&](const auto& answer) { return answer.holds(current); }));
 }
 
+TEST_F(GroupRefresh, FailsAtOnceWithoutDescriptorsOrInAForkedChildAndWorksAfterwards) {
+  const auto old = signInExpired();
+  const auto probe = startReady("process");
+  const auto outcomeOf = [&](const char* command) {
+    probe->process.writeLine(command);
+    return probe->process.readLine();
+  };
+  probe->process.writeLine("limit 0");
+  EXPECT_EQ(outcomeOf("user"), "error AtomicFileError.unreadable") << "the store needs one, too";
+  EXPECT_EQ(stored(), old);
+  probe->process.writeLine("limit 1024");
+  const auto user = outcomeOf("user");
+  EXPECT_TRUE(user.starts_with("user ")) << user;
+
+  EXPECT_EQ(outcomeOf("fork"), "error RuntimeError.forked");
+  EXPECT_EQ(probe->process.readLine(), "left 0");
+  EXPECT_EQ(outcomeOf("user"), user);
+  EXPECT_EQ(refreshes(), 1U);
+}
+
 }  // namespace
 }  // namespace lx

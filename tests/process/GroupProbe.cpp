@@ -11,6 +11,8 @@
 //   go         ends the hold, see below
 //   signin A R stores a sign-in of another user with the access token A and the refresh token R, and prints "signed in"
 //   user       prints "user ID" or "error TYPE"
+//   limit N    lets the process open N descriptors, no more
+//   fork       does "user" in a forked child, and prints "left STATUS" when that has ended
 //   logouts    prints "logouts N", how often the app was asked to log out
 // Times are those of the system's steady clock, which all processes share. With hold=sync, the process prints
 // "syncing" when it has written new credentials, and syncs them only after "go". With syncs=N, it dies instead of
@@ -27,7 +29,9 @@
 #include <thread>
 #include <vector>
 
+#include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "LXServices/Services/UserService.h"
@@ -137,7 +141,7 @@ class Probe {
     std::string command;
     int count = 1;
     words >> command;
-    if (command == "get" || command == "refresh") words >> count;
+    if (command == "get" || command == "refresh" || command == "limit") words >> count;
     if (command == "get") {
       gather(count, [this](Completion<OAuth2Credentials> completion) {
         stack_.builder.oauth2CredentialsService()->getOAuth2Credentials(std::move(completion));
@@ -167,6 +171,20 @@ class Probe {
       user_.fetchUser().finally([](const Result<UserServiceFetchUserResponse>& result) {
         say(result ? "user " + result->user.id : "error " + result.error().typeName());
       });
+    } else if (command == "limit") {
+      const auto number = static_cast<rlim_t>(count);
+      const rlimit descriptors{.rlim_cur = number, .rlim_max = 1024};
+      setrlimit(RLIMIT_NOFILE, &descriptors);
+    } else if (command == "fork") {
+      const pid_t child = fork();
+      if (child == 0) {
+        const auto answer = MainQueue::shared()->runUntil(user_.fetchUser());
+        say(answer ? "user " + answer->user.id : "error " + answer.error().typeName());
+        std::exit(0);
+      }
+      int status = -1;
+      waitpid(child, &status, 0);
+      say("left " + std::to_string(status));
     } else if (command == "logouts") {
       // On the main queue, where the delegate is called after a failed refresh.
       MainQueue::shared()->async([this] { say("logouts " + std::to_string(logouts_->count)); });

@@ -21,7 +21,8 @@ class OAuth2CredentialsProvider {
 
   /// Completes with credentials that do not expire within the next minute, after a refresh where one is needed. An
   /// answer that is due at once (valid credentials, none at all) comes on the caller's thread before the call returns,
-  /// all others on the service's work queue. Errors: OAuth2Error, those of the store, those of the refresh.
+  /// all others on the service's work queue. Errors: OAuth2Error, those of the store, those of the refresh; RuntimeError,
+  /// at once, when the library's threads cannot be started.
   virtual void getOAuth2Credentials(Completion<OAuth2Credentials> completion) = 0;
 };
 
@@ -62,7 +63,7 @@ class OAuth2CredentialsService : public OAuth2CredentialsProvider, public OAuth2
 
   /// Cancels the refresh that is under way, whose callers fail with OAuth2Error::credentialsRefreshWasCancelled, and
   /// revokes the stored refresh token at the backend. The stored credentials stay. Completes with the revocation's
-  /// outcome on the main queue, or at once with OAuth2Error::credentialsNotFound.
+  /// outcome on the main queue, or at once with OAuth2Error::credentialsNotFound or a RuntimeError.
   virtual Task<void> revokeCredentials() = 0;
 
   virtual void setSilentAuthorizationManager(std::shared_ptr<SilentAuthorizationManagerOAuth2> manager) = 0;
