@@ -1,5 +1,7 @@
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -9,8 +11,17 @@
 #include <unistd.h>
 
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/FileCredentialsStorage.h"
+#include "LXUtils/System/FileLock.h"
 
 #include "TemporaryFolder.h"
+
+static std::function<void(std::string_view path)> beforeRename;
+
+// In the place of the system's, to look at a moment inside one call of the store.
+extern "C" int rename(const char* from, const char* to) noexcept {
+  if (beforeRename) beforeRename(to);
+  return renameat(AT_FDCWD, from, AT_FDCWD, to);
+}
 
 namespace lx {
 namespace {
@@ -110,6 +121,22 @@ TEST_F(CredentialsStores, ReplaceOnlyWhatTheyStillHold) {
   EXPECT_FALSE(signedOut.replacement->store(credentials("4")));
   EXPECT_FALSE(mine->replaceOAuth2Credentials(credentials("2"), credentials("4")));
   EXPECT_FALSE(mine->loadOAuth2Credentials()) << "of a later version, and still there";
+}
+
+TEST_F(CredentialsStores, ChangeCredentialsUnderTheLockAlone) {
+  int renames = 0;
+  beforeRename = [&](std::string_view path) {
+    if (!path.ends_with("/credentials.json")) return;
+    ++renames;
+    EXPECT_FALSE((*FileLock::make(file(".lock")))->try_());
+  };
+  EXPECT_TRUE(mine->storeOAuth2Credentials(credentials("1")));
+  auto prepared = mine->prepareReplacement(credentials("1")).value();
+  EXPECT_EQ(prepared.replacement->store(credentials("2")), ReplaceOutcome::stored);
+  EXPECT_TRUE(mine->storeSignIn({credentials("3"), {}}));
+  beforeRename = nullptr;
+  EXPECT_EQ(renames, 3);
+  EXPECT_TRUE((*FileLock::make(file(".lock")))->try_());
 }
 
 TEST_F(CredentialsStores, RecoverOnceWhatAKilledWriterHadObtainedForTheStoredPair) {
