@@ -44,6 +44,7 @@ Result<void> URLSessionConfiguration::validate() const {
     return fail(URLSessionConfigurationError{field, expected});
   };
   if (timeout.count() <= 0) return invalid("timeout", "a positive time");
+  if (callTimeout && callTimeout->count() <= 0) return invalid("callTimeout", "a positive time");
   if (connectTimeout.count() <= 0) return invalid("connectTimeout", "a positive time");
   if (!isCount(maximumIdleConnections)) return invalid("maximumIdleConnections", "a positive number");
   if (!isCount(maximumConnections)) return invalid("maximumConnections", "a positive number");

@@ -5,6 +5,7 @@
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/OAuth2Error.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefreshErrorInfo.h"
 #include "LXUtils/Network/URLSession.h"
+#include "LXUtils/Network/URLSessionConfiguration.h"
 
 #include "lx/ToolError.h"
 
@@ -63,6 +64,9 @@ std::string hintFor(const Error& error) {
   if (const auto* network = error.as<NetworkServiceError>()) return hintFor(*network);
   if (const auto* session = error.as<URLSessionError>()) return hintFor(*session);
   if (const auto* own = error.as<ToolError>()) return hintFor(*own);
+  if (error.as<URLSessionConfigurationError>()) {
+    return "--connect-to, --ca-file and the bundle's name set this; so do LX_CONNECT_TO and LX_CA_FILE.";
+  }
   if (error.as<FileCredentialsStorageError>()) return "`lx logout --local` starts the group's store afresh.";
   return "";
 }
