@@ -21,8 +21,8 @@ class OAuth2CredentialsProvider {
 
   /// Completes with credentials that do not expire within the next minute, after a refresh where one is needed. An
   /// answer that is due at once (valid credentials, none at all) comes on the caller's thread before the call returns,
-  /// all others on the service's work queue. Errors: OAuth2Error, those of the store, those of the refresh; RuntimeError,
-  /// at once, when the library's threads cannot be started.
+  /// all others on the service's work queue. Errors: OAuth2Error, those of the store, those of the refresh;
+  /// RuntimeError, at once, when the library's threads cannot be started.
   virtual void getOAuth2Credentials(Completion<OAuth2Credentials> completion) = 0;
 };
 
