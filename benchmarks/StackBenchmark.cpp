@@ -8,6 +8,7 @@
 
 #include "LXTesting/InMemoryCredentialsStorage.h"
 #include "LXUtils/Concurrency/OperationQueue.h"
+#include "LXUtils/Foundation/FileURL.h"
 
 #include "TemporaryFolder.h"
 #include "Transport.h"
@@ -105,7 +106,7 @@ void measureLayers(const Server& server) {
   const lx::RealStack parts(stackOptions(folder, server));
   const lx::OAuth2NetworkingBuilderImpl builder(parts.app, parts.environment, std::nullopt,
                                                 std::make_shared<InstantURLSession>(), parts.store,
-                                                *lx::URL::make("file://" + folder.file("refresh.lock")));
+                                                *lx::fileURL(folder.file("refresh.lock")));
   const lx::URLRequest request(lx::HTTPMethod::get, *lx::URL::make(url));
   std::size_t answered = 0;
   const double each = nanosecondsEach(20'000, [&] {

@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include "LXUtils/Foundation/FileURL.h"
 #include "LXUtils/Network/CurlURLSession.h"
 
 #include "lx/HoldingStorage.h"
@@ -90,8 +91,8 @@ Result<std::unique_ptr<Stack>> Stack::make(const GlobalOptions& options) {
   if (!group) return fail(group.error());
   auto store = FileCredentialsStorage::make(*group);
   if (!store) return fail(store.error());
-  const auto root = URL::make("file:///");
-  if (!root) return fail(root.error());
+  const auto lockFile = fileURL(*group + "/token-refresh.lock");
+  if (!lockFile) return fail(lockFile.error());
 
   std::unique_ptr<Stack> stack(new Stack);
   stack->tellsPeople_ = !options.json && !options.logLevel && isatty(STDERR_FILENO);
@@ -107,7 +108,7 @@ Result<std::unique_ptr<Stack>> Stack::make(const GlobalOptions& options) {
   stack->session_ = *session;
   stack->networking_ = std::make_unique<OAuth2NetworkingBuilderImpl>(
       std::make_shared<ToolAppService>(*std::move(settings)), *environment, std::nullopt, stack->session_,
-      std::make_shared<HoldingStorage>(*store), root->appendingPath(*group + "/token-refresh.lock"));
+      std::make_shared<HoldingStorage>(*store), *lockFile);
   stack->credentialsService().setDelegate(stack->logoutRequest_);
   return stack;
 }

@@ -3,6 +3,7 @@
 
 #include "LXServices/LXServices.h"
 #include "LXTesting/DevBackend.h"
+#include "LXUtils/Foundation/FileURL.h"
 
 /// What the library asks of the app that it is part of.
 class ExampleApp final : public lx::AppService {
@@ -34,7 +35,7 @@ lx::Result<std::string> fetchName(const std::filesystem::path& group) {
   if (const auto stored = (*store)->storeOAuth2Credentials(lx::OAuth2Credentials::make(granted)); !stored) {
     return lx::fail(stored.error());
   }
-  const auto lockFile = lx::URL::make("file://" + (group / "token-refresh.lock").string());
+  const auto lockFile = lx::fileURL(group / "token-refresh.lock");
   if (!lockFile) return lx::fail(lockFile.error());
 
   const auto environment = std::make_shared<lx::BackendDefaultEnvironment>(lx::BackendDefaultEnvironment::makeOrFail(

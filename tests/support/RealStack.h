@@ -10,6 +10,7 @@
 #include "LXServices/Environment/BackendDefaultEnvironment.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/FileCredentialsStorage.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Core/OAuth2NetworkingBuilder.h"
+#include "LXUtils/Foundation/FileURL.h"
 #include "LXUtils/Network/CurlURLSession.h"
 #include "LXUtils/Network/URLSessionConfiguration.h"
 
@@ -73,8 +74,8 @@ struct RealStack {
             CurlURLSession::make({.maximumBodySize = 64 << 10, .caFile = options.caFile, .connectTo = options.address})
                 .value())),
         store(options.storage ? options.storage : *FileCredentialsStorage::make(options.folder)),
-        builder(app, environment, options.enrollmentToken, session, store,
-                *URL::make("file://" + options.folder + "/refresh.lock"), options.waiting, options.clock) {}
+        builder(app, environment, options.enrollmentToken, session, store, *fileURL(options.folder + "/refresh.lock"),
+                options.waiting, options.clock) {}
 
   const std::shared_ptr<const BackendEnvironment> environment = std::make_shared<BackendDefaultEnvironment>(
       BackendDefaultEnvironment::makeOrFail(BackendDomains::mock(), BackendEnvironmentFactory::iOSApp()));

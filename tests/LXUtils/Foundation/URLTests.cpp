@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "LXUtils/Foundation/FileURL.h"
 #include "LXUtils/Foundation/PercentEncoding.h"
 #include "LXUtils/Foundation/URL.h"
 #include "LXUtils/Foundation/URLComponents.h"
@@ -239,6 +240,23 @@ TEST(URLQueryParameters, KeepTheTextOfWhatTheyDoNotReplace) {
   EXPECT_EQ(URLQueryParameters(parameters.applied(url("https://other"))).values("a"),
             (std::vector<std::string>{"1+", "2"}));
   EXPECT_EQ(URLQueryParameters().applied(socket).string(), "wss://h/ws#f");
+}
+
+TEST(FileURLs, StandForAPathWhateverItHolds) {
+  for (const auto* path : {"/plain", "/g plain/l", "/g\xc3\xa9", "/g%41b", "/g#x?y", "/a/../b", "/100%"}) {
+    const auto url = fileURL(path);
+    ASSERT_TRUE(url) << path;
+    EXPECT_FALSE(url->query() || url->fragment());
+    EXPECT_EQ(filePath(*url).value(), path);
+  }
+  EXPECT_EQ(filePath(*fileURL("relative")).value(), std::filesystem::current_path() / "relative");
+  EXPECT_FALSE(fileURL(std::string("/a\0b", 4)));
+  EXPECT_EQ(filePath(*URL::make("file://localhost/a")).value(), "/a");
+  for (const auto* text :
+       {"file:///a#x", "file:///a?x", "file://host/a", "https:///a", "/a", "file:a", "file:///a%00b"}) {
+    const auto url = URL::make(text);
+    EXPECT_FALSE(url && filePath(*url)) << text;
+  }
 }
 
 }  // namespace

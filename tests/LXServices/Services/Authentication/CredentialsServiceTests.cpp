@@ -307,8 +307,8 @@ class NumberingExecutor final : public BackgroundExecutor {
 
 TEST_F(CredentialsService, ABackgroundTaskThatExpiresEndsOnlyItself) {
   const auto executor = std::make_shared<NumberingExecutor>(stack.events);
-  stack.service = OAuth2CredentialsServiceImpl::make(
-      stack.store, stack.refresh, *URL::make("file://" + folder.path() + "/other.lock"), executor, {}, stack.clock);
+  stack.service = OAuth2CredentialsServiceImpl::make(stack.store, stack.refresh, *fileURL(folder.file("other.lock")),
+                                                     executor, {}, stack.clock);
   executor->expiresAtOnce = true;  // before its identifier is known
   stack.keepExpiring();
   stack.get("first");
@@ -396,6 +396,19 @@ TEST_F(CredentialsService, WorksWithoutALockFile) {
   lockless.get("caller");
   ASSERT_TRUE(lockless.answers(0, lockless.tokens("new")));
   EXPECT_TRUE(lockless.happens("get caller access-new"));
+}
+
+TEST_F(CredentialsService, LocksTheFileOfAFolderWithAnyNameAndNoneOfAURLThatNamesNoFile) {
+  for (const auto* name : {"g plain", "g\xc3\xa9", "g%41b", "g#x"}) {
+    const auto group = folder.file(name);
+    std::filesystem::create_directory(group);
+    CredentialsStack named(group);
+    EXPECT_TRUE(std::filesystem::exists(group + "/refresh.lock")) << name;
+  }
+  const auto service = OAuth2CredentialsServiceImpl::make(
+      stack.store, stack.refresh, *URL::make("file://" + folder.path() + "/g#x"), stack.executor, {}, stack.clock);
+  EXPECT_THAT(events({"log4"}), ElementsAre(StartsWith("log4 File lock initialization failed: ")));
+  EXPECT_FALSE(std::filesystem::exists(folder.file("g")));
 }
 
 TEST_F(CredentialsService, AnswersEveryCallerUnderStressWhileTheClockMoves) {

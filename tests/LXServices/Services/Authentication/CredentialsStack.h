@@ -16,6 +16,7 @@
 #include "LXTesting/ManualClock.h"
 #include "LXTesting/ScriptedURLSession.h"
 #include "LXUtils/Concurrency/OperationQueue.h"
+#include "LXUtils/Foundation/FileURL.h"
 #include "LXUtils/Logging/Logger.h"
 #include "LXUtils/Network/NetworkServiceError.h"
 #include "LXUtils/System/FileLock.h"
@@ -121,8 +122,8 @@ class RecordingDelegate final : public OAuth2CredentialsServiceDelegate {
 struct CredentialsStack {
   explicit CredentialsStack(std::string folder, std::shared_ptr<InMemoryCredentialsStorage> sharedStore = nullptr)
       : group(std::move(folder)), store(sharedStore ? sharedStore : std::make_shared<InMemoryCredentialsStorage>()) {
-    service = OAuth2CredentialsServiceImpl::make(store, refresh, *URL::make("file://" + group + "/refresh.lock"),
-                                                 executor, {}, clock);
+    service =
+        OAuth2CredentialsServiceImpl::make(store, refresh, *fileURL(group + "/refresh.lock"), executor, {}, clock);
     service->setDelegate(delegate);
     // For `posts`: whoever waits on the main queue looks again at each notification.
     for (const auto* name :

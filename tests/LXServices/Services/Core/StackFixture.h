@@ -9,6 +9,7 @@
 #include "LXTesting/ManualClock.h"
 #include "LXTesting/ScriptedURLSession.h"
 #include "LXUtils/Concurrency/OperationQueue.h"
+#include "LXUtils/Foundation/FileURL.h"
 
 #include "TemporaryFolder.h"
 
@@ -49,8 +50,7 @@ inline std::shared_ptr<const BackendEnvironment> testEnvironment() {
 struct StackFixture {
   explicit StackFixture(std::shared_ptr<ScriptedURLSession> scripted, std::optional<std::string> enrollment = {})
       : session(std::move(scripted)),
-        builder(app, environment, std::move(enrollment), session, store, *URL::make("file://" + folder.path() + "/l"),
-                {}, clock) {
+        builder(app, environment, std::move(enrollment), session, store, *fileURL(folder.file("l")), {}, clock) {
     InMemoryCredentialsStorage::Records records;
     records.credentials = OAuth2Credentials{"access-1", "refresh-1", clock->now() + std::chrono::hours(1)};
     store->setRecords(records);

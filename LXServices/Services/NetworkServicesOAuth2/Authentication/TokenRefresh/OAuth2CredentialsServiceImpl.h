@@ -26,8 +26,8 @@ class OAuth2CredentialsServiceImpl : public OAuth2CredentialsService {
   };
 
   /// `lockFileURL` is a file in the app group's container, the same for every process of the group; the group's
-  /// notifications are kept in a folder beside it. If the lock file cannot be opened, that is logged, and refreshes are
-  /// not serialised across processes.
+  /// notifications are kept in a folder beside it. If the lock file cannot be opened, or the URL names no local file
+  /// (see `filePath`), that is logged, and refreshes are not serialised across processes.
   static std::shared_ptr<OAuth2CredentialsServiceImpl> make(
       std::shared_ptr<AuthCredentialsStorage> credStorage,
       std::shared_ptr<TokenRefreshServiceOAuth2> tokenRefreshService, const URL& lockFileURL,

@@ -1,9 +1,8 @@
-#include <filesystem>
+#include <string>
 #include <string_view>
 #include <utility>
 
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/TokenRefresh/RefreshLockInternal.h"
-#include "LXUtils/Foundation/PercentEncoding.h"
 
 namespace lx {
 namespace {
@@ -22,17 +21,9 @@ std::string_view exchangesIn(std::string_view notes) {
   return notes;
 }
 
-std::filesystem::path pathOf(const URL& lockFileURL) {
-  return percentDecode(lockFileURL.path()).value_or(std::string(lockFileURL.path()));
-}
-
 }  // namespace
 
-Result<std::unique_ptr<RefreshLock>> RefreshLock::make(const URL& lockFileURL) {
-  const auto path = pathOf(lockFileURL);
-  const bool isLocalFile = lockFileURL.scheme() == "file" && !lockFileURL.query() && !lockFileURL.fragment() &&
-                           !path.native().contains('\0');
-  if (!isLocalFile) return fail(FileLockError{FileLockError::Kind::notOpened});
+Result<std::unique_ptr<RefreshLock>> RefreshLock::make(const std::string& path) {
   auto file = FileLock::make(path);
   if (!file) return fail(file.error());
   return std::make_unique<RefreshLock>(*std::move(file));
@@ -42,8 +33,8 @@ RefreshLock::RefreshLock(std::unique_ptr<FileLock> file) : file_(std::move(file)
 
 Result<void> RefreshLock::take() {
   if (const auto taken = file_->try_(); !taken) return taken;
-  const auto notes = file_->contents();
-  const auto noted = file_->setContents(std::string(refreshingNote).append(exchangesIn(notes ? *notes : "")));
+  const auto notes = file_->contents().value_or("");
+  const auto noted = file_->setContents(std::string(refreshingNote).append(exchangesIn(notes)));
   static_cast<void>(noted);
   return {};
 }
@@ -74,18 +65,14 @@ bool RefreshLock::isAnotherRefreshing() {
 
 Result<void> RefreshLock::noteExchange(const OAuth2Credentials& credentials) {
   const std::string note = exchangeNote(credentials);
-  const auto notes = file_->contents();
-  const auto earlier = exchangesIn(notes ? *notes : "").substr(0, (rememberedExchanges - 1) * note.size());
+  const auto notes = file_->contents().value_or("");
+  const auto earlier = exchangesIn(notes).substr(0, (rememberedExchanges - 1) * note.size());
   return file_->setContents(std::string(refreshingNote).append(note).append(earlier));
 }
 
 bool RefreshLock::wereExchanged(const OAuth2Credentials& credentials) const {
   const auto notes = file_->contents();
   return notes && notes->contains(exchangeNote(credentials));
-}
-
-std::string notificationsFolder(const URL& lockFileURL) {
-  return (pathOf(lockFileURL).parent_path() / "notifications").string();
 }
 
 }  // namespace lx

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "LXServices/Services/NetworkServicesOAuth2/Authentication/OAuth2Credentials.h"
-#include "LXUtils/Foundation/URL.h"
 #include "LXUtils/System/FileLock.h"
 
 namespace lx {
@@ -13,8 +12,8 @@ namespace lx {
 /// whether the holder is refreshing, and digests of the credentials exchanged last. Any thread.
 class RefreshLock {
  public:
-  /// Opens the lock file. Error: FileLockError notOpened, for a URL that names no local file, too.
-  static Result<std::unique_ptr<RefreshLock>> make(const URL& lockFileURL);
+  /// Opens the lock file, and creates it if it is missing. Error: FileLockError notOpened.
+  static Result<std::unique_ptr<RefreshLock>> make(const std::string& path);
 
   explicit RefreshLock(std::unique_ptr<FileLock> file);
 
@@ -42,8 +41,5 @@ class RefreshLock {
  private:
   const std::unique_ptr<FileLock> file_;
 };
-
-/// The folder of the group's notifications, beside its lock file.
-std::string notificationsFolder(const URL& lockFileURL);
 
 }  // namespace lx
