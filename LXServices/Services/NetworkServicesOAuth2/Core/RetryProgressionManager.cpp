@@ -32,7 +32,7 @@ bool RetryProgressionManagerImpl::Entry::hasEnded() const {
 
 bool RetryProgressionManagerImpl::Entry::isOf(const URLRequest& request) const {
   if (const auto* identity = std::get_if<std::weak_ptr<const RequestIdentity>>(&key)) {
-    return request.identity && identity->lock() == request.identity;
+    return identity->lock() == request.identity;
   }
   return !request.identity && std::get<ValueDigest>(key) == digestOf(request);
 }
@@ -64,10 +64,7 @@ std::optional<RetryDescriptor> RetryProgressionManagerImpl::nextRetryDescription
 
 std::size_t RetryProgressionManagerImpl::size() const {
   std::size_t size = 0;
-  threadSafeAccessQueue_->sync([&] {
-    size =
-        static_cast<std::size_t>(std::ranges::count_if(mapping_, [](const Entry& entry) { return !entry.hasEnded(); }));
-  });
+  threadSafeAccessQueue_->sync([&] { size = mapping_.size(); });
   return size;
 }
 

@@ -37,7 +37,7 @@ class RetryProgressionManagerImpl final : public RetryProgressionManager {
   std::optional<RetryDescriptor> nextRetryDescription(
       const URLRequest& request, const std::function<RetryProgression()>& newProgressionFactory) override;
 
-  /// How many requests are being counted, without those of calls that have ended.
+  /// How many requests are being counted, with those whose call has ended since the last access.
   std::size_t size() const;
 
  private:
@@ -48,6 +48,7 @@ class RetryProgressionManagerImpl final : public RetryProgressionManager {
     RetryProgression progression;
 
     bool hasEnded() const;
+    // Not for an entry that has ended.
     bool isOf(const URLRequest& request) const;
   };
 

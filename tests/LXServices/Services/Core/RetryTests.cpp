@@ -80,6 +80,16 @@ TEST(RetryProgressionManager, CountsByIdentityOrElseByValueAndStaysExhausted) {
   manager.resetRetryProgression(plain);
   EXPECT_EQ(next(plain), (RetryDescriptor{1, 0}));
   EXPECT_EQ(manager.size(), 2U);
+
+  // What belongs to a call that has ended, or is forgotten, goes with the next access.
+  called.identity->end();
+  URLRequest forgotten = plain;
+  forgotten.identity = std::make_shared<RequestIdentity>();
+  EXPECT_EQ(next(forgotten), (RetryDescriptor{1, 0}));
+  EXPECT_EQ(manager.size(), 2U);
+  forgotten.identity.reset();
+  EXPECT_EQ(next(forgotten), (RetryDescriptor{2, 3}));
+  EXPECT_EQ(manager.size(), 1U);
 }
 
 TEST(Stack, RefreshesAndSendsOnceMoreWhenUnauthorized) {
@@ -202,6 +212,18 @@ TEST(Stack, ACancelledCallSendsNothingMore) {
   EXPECT_EQ(stack.session->requests().size(), 2U);
 }
 
+TEST(Stack, ACancelledCallEndsItsTransfer) {
+  Promise<NetworkResponse> transfer;
+  bool isTransferCancelled = false;
+  transfer.onCancel([&] { isTransferCancelled = true; });
+  StackFixture stack(
+      std::make_shared<ScriptedURLSession>([&](const URLRequest&, std::size_t) { return transfer.task(); }));
+  const auto task = stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request());
+  EXPECT_FALSE(isTransferCancelled);
+  task.cancel();
+  EXPECT_TRUE(isTransferCancelled);
+}
+
 TEST(RequestRetrier, ForgetsACallThatIsCancelledOrLosesItsServiceBeforeItIsSentAgain) {
   struct CountingRefresher final : OAuth2CredentialsRefresher {
     void refreshOAuth2Credentials(Completion<void>) override { ++refreshes; }
@@ -224,11 +246,13 @@ TEST(RequestRetrier, ForgetsACallThatIsCancelledOrLosesItsServiceBeforeItIsSentA
     // And no further, since the delay may be none.
     ASSERT_TRUE(MainQueue::shared()->runUntil([&] { return manager->size() == 2; }, std::chrono::seconds(10)));
     cancelled.cancel();
+    manager->resetRetryProgression(request);
     EXPECT_EQ(manager->size(), 1U);
     service.reset();
     clock->advance(std::chrono::seconds(1));
     MainQueue::shared()->drain();
     EXPECT_TRUE(orphaned.result()->error().is(TaskError::cancelled));
+    manager->resetRetryProgression(request);
     EXPECT_EQ(manager->size(), 0U);
   }
   EXPECT_EQ(refresher->refreshes, 0);
