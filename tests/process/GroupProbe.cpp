@@ -21,7 +21,6 @@
 #include <atomic>
 #include <barrier>
 #include <csignal>
-#include <cstdio>
 #include <iostream>
 #include <limits>
 #include <map>
@@ -48,9 +47,10 @@ extern "C" int __lsan_is_turned_off() { return isForkedChild ? 1 : 0; }
 namespace lx {
 namespace {
 
+// Without a buffer, which a forked child would inherit and write once more.
 void say(const std::string& text) {
-  std::puts(text.c_str());
-  std::fflush(stdout);
+  const std::string line = text + "\n";
+  [[maybe_unused]] const auto written = write(STDOUT_FILENO, line.data(), line.size());
 }
 
 std::int64_t nanoseconds() { return Clock::system()->steadyNow().time_since_epoch().count(); }
