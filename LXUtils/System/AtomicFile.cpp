@@ -195,8 +195,9 @@ AtomicFile::Draft::~Draft() {
 }
 
 Result<void> AtomicFile::Draft::write(std::string_view text) {
-  if (lseek(file_.get(), 0, SEEK_SET) < 0 || !writeAll(file_, text) ||
-      ftruncate(file_.get(), static_cast<off_t>(text.size())) < 0 || fsync(file_.get()) < 0) {
+  // Cut first, so that the text is whole as soon as it is written, should the process be killed then.
+  if (ftruncate(file_.get(), static_cast<off_t>(text.size())) < 0 || lseek(file_.get(), 0, SEEK_SET) < 0 ||
+      !writeAll(file_, text) || fsync(file_.get()) < 0) {
     return target_.failure(Kind::unwritable, errno);
   }
   return {};

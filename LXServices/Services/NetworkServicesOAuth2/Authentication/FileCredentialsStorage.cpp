@@ -74,7 +74,9 @@ Result<std::optional<OAuth2Credentials>> FileCredentialsStorage::Records::recove
     const auto text = draft.read();
     const auto stored = text ? credentials.decode(*text) : fail(text.error());
     if (!stored || stored->header.exchangedFor != digest(replaced)) continue;
-    const auto outcome = publish(draft, replaced);
+    // Its writer may have been killed before it was on the disk.
+    const auto written = draft.write(*text);
+    const auto outcome = written ? publish(draft, replaced) : fail(written.error());
     if (!outcome) {
       draft.abandon();
       return fail(outcome.error());
