@@ -131,6 +131,10 @@ TEST(Task, ChainsOfAnyLengthCompleteCancelAndEndWithoutDeepRecursion) {
   }
   EXPECT_EQ(cancels, 1);
 
+  auto passedOn = Task<int>::success(1);
+  for (int i = 0; i < length; ++i) passedOn = passedOn.finally([](const Result<int>&) {});
+  EXPECT_EQ(passedOn.result()->value(), 1);
+
   auto abandoned = std::make_unique<Promise<int>>();
   auto task = abandoned->task();
   for (int i = 0; i < length; ++i) task = task.catch_([](const Error& error) { return Task<int>::failure(error); });
