@@ -36,13 +36,8 @@
 #include "LXServices/Services/UserService.h"
 #include "LXUtils/Concurrency/OperationQueue.h"
 
+#include "process/ForkedChild.h"
 #include "support/RealStack.h"
-
-static bool isForkedChild = false;
-
-// Asked by the leak sanitizer: what only the threads of the parent refer to is no leak of its child.
-extern "C" int __lsan_is_turned_off();
-extern "C" int __lsan_is_turned_off() { return isForkedChild ? 1 : 0; }
 
 namespace lx {
 namespace {
@@ -182,9 +177,8 @@ class Probe {
       const rlimit descriptors{.rlim_cur = number, .rlim_max = 1024};
       setrlimit(RLIMIT_NOFILE, &descriptors);
     } else if (command == "fork") {
-      const pid_t child = fork();
+      const pid_t child = forkProbe();
       if (child == 0) {
-        isForkedChild = true;
         const auto answer = MainQueue::shared()->runUntil(user_.fetchUser());
         say(answer ? "user " + answer->user.id : "error " + answer.error().typeName());
         std::exit(0);

@@ -5,9 +5,10 @@
 //   starve LIMIT URL           prints the outcome of a request, and of starting a queue, under the limit ("threads" or
 //                              "descriptors"); of a request without the limit, of one when the limit is back, of one
 //                              without it; and "ran" when what the queue was given at first has run
-//   fork URL                   prints the outcomes of a request, of what a forked child does with the same session,
-//                              clock and queue, and with new ones, the exit status of the child and the outcome of
-//                              another request
+//   fork WHOSE URL             prints the outcomes of a request, of a timer; of a request, a timer and a step on a
+//   queue
+//                              in a forked child, with the same session, clock and queue or with its "own"; the exit
+//                              status of the child and the outcome of another request
 //   spawn URL                  prints the outcome of a request, and "open" with the descriptors that a program then
 //   gets open                       prints that line
 
@@ -26,11 +27,7 @@
 #include "LXUtils/Network/CurlURLSession.h"
 #include "LXUtils/System/DarwinNotificationCenter.h"
 
-static bool isForkedChild = false;
-
-// Asked by the leak sanitizer: what only the threads of the parent refer to is no leak of its child.
-extern "C" int __lsan_is_turned_off();
-extern "C" int __lsan_is_turned_off() { return isForkedChild ? 1 : 0; }
+#include "process/ForkedChild.h"
 
 namespace {
 
@@ -111,21 +108,20 @@ int starve(const std::string& limited, const std::string& url) {
   return 0;
 }
 
-int forkAway(const std::string& url) {
+int forkAway(bool withOwn, const std::string& url) {
   // Static, so that the exit of the child destroys them.
   static const auto session = lx::CurlURLSession::make().value();
   static const auto queue = lx::DispatchQueue::makeSerial("probe");
   static const auto clock = lx::Clock::system();
   say(send(*session, url));
   say(outcome(later(queue, *clock)));
-  const pid_t child = fork();
+  const pid_t child = lx::forkProbe();
   if (child == 0) {
-    isForkedChild = true;
-    say(send(*session, url));
-    say(outcome(later(queue, *clock)));
-    say(outcome(lx::Task<void>::success().map([] {}, queue)));
-    say(send(*lx::CurlURLSession::make().value(), url));
-    say(outcome(later(lx::DispatchQueue::makeSerial("probe"), *lx::Clock::system())));
+    const auto ownSession = withOwn ? lx::CurlURLSession::make().value() : session;
+    const auto ownQueue = withOwn ? lx::DispatchQueue::makeSerial("probe") : queue;
+    say(send(*ownSession, url));
+    say(outcome(later(ownQueue, withOwn ? *lx::Clock::system() : *clock)));
+    say(outcome(lx::Task<void>::success().map([] {}, ownQueue)));
     std::exit(0);
   }
   int status = -1;
@@ -168,7 +164,7 @@ int main(int count, char** arguments) {
   if (command == "wait" && count > 3) return waitForPosts(arguments[2], arguments[3], false);
   if (command == "poll" && count > 3) return waitForPosts(arguments[2], arguments[3], true);
   if (command == "starve" && count > 3) return starve(arguments[2], arguments[3]);
-  if (command == "fork" && count > 2) return forkAway(arguments[2]);
+  if (command == "fork" && count > 3) return forkAway(arguments[2] == std::string("own"), arguments[3]);
   if (command == "spawn" && count > 2) return spawn("/proc/self/exe", arguments[2]);
   if (command == "open") return listOpen();
   if (command == "post" && count > 4) {
