@@ -1,7 +1,9 @@
 #pragma once
 
+#include <csignal>
 #include <cstdio>
 
+#include <sys/prctl.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -15,6 +17,7 @@ inline pid_t forkProbe() {
   const pid_t child = fork();
   funlockfile(stdout);
   isForkedChild = child == 0;
+  if (isForkedChild) prctl(PR_SET_PDEATHSIG, SIGKILL);  // one that hangs goes with the test
   return child;
 }
 

@@ -5,6 +5,7 @@
 
 #include "LXServices/Services/NetworkServicesOAuth2/Core/RequestRetrierImpl.h"
 #include "LXServices/Services/NetworkServicesOAuth2/Core/RetryPolicies.h"
+#include "LXUtils/Concurrency/RuntimeError.h"
 #include "LXUtils/Foundation/Overloaded.h"
 
 #include "StackFixture.h"
@@ -186,6 +187,13 @@ TEST(Stack, APlainRetrySendsTheSignedRequestAsItIs) {
   EXPECT_EQ(sent[0], sent[1]);
   EXPECT_EQ(sent[0], sent[2]);
   EXPECT_THAT(stack.delays(), ElementsAre(0.0, 0.0));
+}
+
+TEST(Stack, DoesNotTryAgainWhatNoThreadCanServe) {
+  const RuntimeError error{RuntimeError::Kind::noThread, "limit"};
+  StackFixture stack(ScriptedURLSession::answering({fail(error)}));
+  EXPECT_TRUE(stack.await(stack.builder.oauth2NetworkService()->authorizeAndLoad(stack.request())).error().is(error));
+  EXPECT_EQ(stack.session->requests().size(), 1U);
 }
 
 TEST(Stack, EqualRequestsAtOnceDoNotSpendEachOthersAttempts) {
