@@ -36,21 +36,24 @@ class CredentialsService : public ::testing::Test {
   CredentialsStack stack{folder.path()};
 };
 
-TEST_F(CredentialsService, AnswersAtOnceWhatNeedsNoRefresh) {
+TEST_F(CredentialsService, AnswersAtOnceWhatNeedsNoRefreshAndNotUnderItsLock) {
+  const auto callBack = [this](const auto&) { stack.events.add(stack.service->hasCredentials() ? "has" : "has none"); };
+  stack.service->getOAuth2Credentials(callBack);
   stack.get("none");
   stack.forceRefresh("none");
   stack.keep(stack.tokens("valid", std::chrono::seconds(61)));
   stack.get("valid");
-  EXPECT_TRUE(stack.service->hasCredentials());
+  stack.service->getOAuth2Credentials(callBack);
+  stack.service->refreshRejectedOAuth2Credentials("access-rejected", callBack);
   stack.store->failLoads(UnwrapError{"the disk is on fire"});
   stack.get("unreadable");
   EXPECT_TRUE(stack.service->hasCredentials());
 
   EXPECT_THAT(stack.events.all(),
-              ElementsAre("log4 Credentials not found", "get none OAuth2Error.credentialsNotFound",
-                          "log4 Credentials not found", "refresh none OAuth2Error.credentialsNotFound",
-                          "get valid access-valid", "log4 Did fail to load credentials: the disk is on fire",
-                          "get unreadable Optional.Error"));
+              ElementsAre("log4 Credentials not found", "has none", "log4 Credentials not found",
+                          "get none OAuth2Error.credentialsNotFound", "log4 Credentials not found",
+                          "refresh none OAuth2Error.credentialsNotFound", "get valid access-valid", "has", "has",
+                          "log4 Did fail to load credentials: the disk is on fire", "get unreadable Optional.Error"));
 }
 
 TEST_F(CredentialsService, ConcurrentCallersShareOneRefreshAndAreAnsweredInOrder) {
@@ -199,11 +202,18 @@ TEST_F(Recovery, TakesWhatTheStoreHasGotMeanwhile) {
 
 TEST_F(CredentialsService, AnInvalidRefreshTokenAndAStoreThatCannotBeReadAreNoReasonToSignOut) {
   stack.keepExpiring();
-  stack.get("caller");
-  ASSERT_TRUE(stack.happens("request refresh-old"));
-  stack.store->failLoads(UnwrapError{"written by a later version"});
-  ASSERT_TRUE(stack.answers(0, fail(CredentialsStack::invalidRefreshToken())));
-  ASSERT_TRUE(stack.happens("get caller Optional.Error"));
+  const auto old = *stack.store->records().credentials;
+  for (const bool isFallbackAlone : {false, true}) {
+    stack.get("caller");
+    ASSERT_TRUE(stack.happens("request refresh-old", isFallbackAlone ? 2 : 1));
+    stack.store->failLoads(UnwrapError{"written by a later version"});
+    if (isFallbackAlone) stack.store->answerNextLoad(old);
+    ASSERT_TRUE(stack.answers(isFallbackAlone ? 1 : 0, fail(CredentialsStack::invalidRefreshToken())));
+    ASSERT_TRUE(
+        stack.happens(isFallbackAlone ? "get caller NetworkServiceError.serverError" : "get caller Optional.Error"));
+    stack.store->failLoads(std::nullopt);
+  }
+  EXPECT_EQ(stack.events.count("log4 Did fail to load fallback credentials: written by a later version"), 1U);
   EXPECT_EQ(stack.events.count("logout"), 0U);
 }
 
@@ -293,28 +303,39 @@ class NumberingExecutor final : public BackgroundExecutor {
   Identifier beginBackgroundTask(std::string /*name*/, std::function<void()> expirationHandler) override {
     handlers.push_back(std::move(expirationHandler));
     events_.add("begin " + std::to_string(handlers.size()));
-    if (expiresAtOnce) handlers.back()();
+    if (onBegin) onBegin();
     return handlers.size();
   }
   void endBackgroundTask(Identifier identifier) override { events_.add("end " + std::to_string(identifier)); }
 
   std::vector<std::function<void()>> handlers;
-  bool expiresAtOnce = false;
+  std::function<void()> onBegin;  // before the identifier is known
 
  private:
   EventLog& events_;
 };
 
-TEST_F(CredentialsService, ABackgroundTaskThatExpiresEndsOnlyItself) {
-  const auto executor = std::make_shared<NumberingExecutor>(stack.events);
-  stack.service = OAuth2CredentialsServiceImpl::make(stack.store, stack.refresh, *fileURL(folder.file("other.lock")),
-                                                     executor, {}, stack.clock);
-  executor->expiresAtOnce = true;  // before its identifier is known
-  stack.keepExpiring();
+class BackgroundTask : public CredentialsService {
+ protected:
+  const std::shared_ptr<NumberingExecutor> executor = std::make_shared<NumberingExecutor>(stack.events);
+
+  void SetUp() override {
+    CredentialsService::SetUp();
+    const std::shared_ptr<InMemoryCredentialsStorage> store(stack.store.get(),
+                                                            [this](auto*) { stack.events.add("service destroyed"); });
+    stack.service =
+        OAuth2CredentialsServiceImpl::make(store, stack.refresh, *fileURL(lockFile), executor, {}, stack.clock);
+    stack.keepExpiring();
+  }
+  const std::string lockFile = folder.file("other.lock");
+};
+
+TEST_F(BackgroundTask, EndsOnlyItselfWhenItExpires) {
+  executor->onBegin = [&] { executor->handlers.back()(); };
   stack.get("first");
   ASSERT_TRUE(stack.answers(0, fail(UnwrapError{"offline"})));
   ASSERT_TRUE(stack.happens("log3 Unbalanced call to end background task"));
-  executor->expiresAtOnce = false;
+  executor->onBegin = nullptr;
   stack.get("second");
   ASSERT_TRUE(stack.happens("request refresh-old", 2));
   stack.keep(stack.tokens("theirs", std::chrono::seconds(10)));
@@ -327,6 +348,33 @@ TEST_F(CredentialsService, ABackgroundTaskThatExpiresEndsOnlyItself) {
   EXPECT_THAT(events({"begin", "end", "log"}),
               ElementsAre("begin 1", "log4 Background Refresh Task has reached timeout", "end 1",
                           "log3 Unbalanced call to end background task", "begin 2", "begin 3", "end 2", "end 3"));
+}
+
+TEST_F(BackgroundTask, EndsWithItsRequestWhenTheRefreshIsRevokedBeforeEither) {
+  stack.get("caller");
+  ASSERT_TRUE(stack.happens("request refresh-old"));
+  executor->onBegin = [&] {
+    stack.service->revokeCredentials();
+    EXPECT_TRUE(stack.happens("log2 Did cancel ongoing token refresh"));
+  };
+  stack.keep(stack.tokens("theirs", std::chrono::seconds(10)));
+  ASSERT_TRUE(stack.answers(0, stack.tokens("late")));
+  EXPECT_TRUE(stack.happens("request cancelled"));
+  EXPECT_TRUE(stack.happens("end 2"));
+  EXPECT_TRUE(stack.happens("get caller OAuth2Error.credentialsRefreshWasCancelled"));
+}
+
+TEST_F(BackgroundTask, EndsWithTheServiceWhichReleasesTheLockAndStoresNothing) {
+  stack.get("caller");
+  ASSERT_TRUE(stack.happens("request refresh-old"));
+  stack.service.reset();
+  ASSERT_TRUE(stack.happens("service destroyed"));
+  EXPECT_EQ(stack.events.count("end 1"), 1U);
+  EXPECT_TRUE(FileLock::make(lockFile).value()->try_());
+  stack.refresh->answer(0, stack.tokens("late"));
+  MainQueue::shared()->drain();
+  EXPECT_EQ(storedToken(), "access-old");
+  EXPECT_EQ(events({"get"}).size(), 0U);
 }
 
 TEST_F(CredentialsService, APairThatTheStoreDoesNotTakeIsKeptAndStoredLater) {
@@ -370,6 +418,17 @@ TEST_F(CredentialsService, ALateAnswerDoesNotOverwriteWhatWasStoredSince) {
   ASSERT_TRUE(stack.answers(1, stack.tokens("late")));
   ASSERT_TRUE(stack.happens("get second OAuth2Error.credentialsNotFound"));
   EXPECT_FALSE(stack.store->records().credentials);
+
+  // Expiring credentials that turn up in the store are refreshed once, and taken as they are the next time.
+  stack.keepExpiring();
+  stack.get("third");
+  ASSERT_TRUE(stack.happens("request refresh-old", 3));
+  stack.keep(stack.tokens("expiring", std::chrono::seconds(10)));
+  ASSERT_TRUE(stack.answers(2, stack.tokens("late")));
+  ASSERT_TRUE(stack.happens("request refresh-expiring"));
+  stack.keep(stack.tokens("expiring-too", std::chrono::seconds(10)));
+  ASSERT_TRUE(stack.answers(3, stack.tokens("late")));
+  EXPECT_TRUE(stack.happens("get third access-expiring-too"));
 }
 
 TEST_F(CredentialsService, AnAnswerIsKeptWhileTheStoreCannotBeRead) {

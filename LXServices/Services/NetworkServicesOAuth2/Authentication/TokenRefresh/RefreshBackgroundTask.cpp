@@ -16,11 +16,12 @@ void RefreshBackgroundTask::begin(const std::shared_ptr<RefreshBackgroundTask>& 
   const auto identifier = task->executor_->beginBackgroundTask("Token Refresh", [weak = std::weak_ptr(task)] {
     if (const auto alive = weak.lock()) alive->expire();
   });
-  const bool hasExpired = task->state_.withLock([&](State& state) {
-    if (!state.hasExpired) state.identifier = identifier;
-    return state.hasExpired;
+  const bool isOver = task->state_.withLock([&](State& state) {
+    const bool over = state.hasExpired || state.hasEnded;
+    if (!over) state.identifier = identifier;
+    return over;
   });
-  if (hasExpired) task->executor_->endBackgroundTask(identifier);
+  if (isOver) task->executor_->endBackgroundTask(identifier);
 }
 
 void RefreshBackgroundTask::end() {

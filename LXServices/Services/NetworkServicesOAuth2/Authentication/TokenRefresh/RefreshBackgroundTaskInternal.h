@@ -9,8 +9,8 @@
 
 namespace lx {
 
-/// The background task of one token request. It can expire at any time, also before its identifier is known, and then
-/// ends only itself. Destroying it ends it without a message. Any thread.
+/// The background task of one token request. It can expire or be ended at any time, also before its identifier is
+/// known, and then ends only itself. Destroying it ends it without a message. Any thread.
 class RefreshBackgroundTask {
  public:
   explicit RefreshBackgroundTask(std::shared_ptr<BackgroundExecutor> executor);
