@@ -43,7 +43,8 @@ void ResponseCollector::reset(std::size_t maximumBodySize) {
   fault_ = Fault::none;
 }
 
-bool ResponseCollector::takeHeaderLine(std::string_view line) {
+// Called by libcurl, through whose frames no exception may pass.
+bool ResponseCollector::takeHeaderLine(std::string_view line) try {
   headerBytes_ += line.size();
   if (headerBytes_ > maximumHeaderBytes) fault_ = Fault::headers;
   if (fault_ != Fault::none) return false;
@@ -69,6 +70,9 @@ bool ResponseCollector::takeHeaderLine(std::string_view line) {
   }
   headers_.add(trimmedFieldValue(line.substr(0, colon)), std::string(trimmedFieldValue(line.substr(colon + 1))));
   return true;
+} catch (const std::bad_alloc&) {
+  fault_ = Fault::memory;
+  return false;
 }
 
 // Every block is checked, since libcurl would also decode a body by what an interim response says of its transfer.

@@ -89,6 +89,7 @@ void RefreshStateMachine::log(Effects& effects, LogLevel level, const char* mess
 // --- What callers ask for --------------------------------------------------------------------------------------------
 
 bool RefreshStateMachine::hasCredentials() {
+  if (forkMark_.isInherited()) return true;  // as for a store that cannot be read
   const auto stored = mutableState_.withLock([](MutableState& state) { return state.storage.load(); });
   return !stored || stored->has_value();
 }
