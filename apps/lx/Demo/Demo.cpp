@@ -83,8 +83,10 @@ class Tour {
     recoverFromUnauthorized();
     refreshOnceForAll();
     surviveCrash();
+    surviveInterrupt();
     recoverSilently();
     askForLogout();
+    holdSignOut();
     showDocument(timeline_);
     timeline_.finished();
   }
@@ -180,6 +182,20 @@ class Tour {
     checkRequests({"POST /v4/api/oauth2/token refresh_token 0", refreshAnswered});
   }
 
+  void surviveInterrupt() {
+    timeline_.chapter("Ctrl-C in the middle of a refresh");
+    letTokenExpire();
+    const auto before = must(stack_->store().loadOAuth2Credentials());
+    backend_->addFault(refreshRoute, {.delay = milliseconds(500)});
+    auto process = startProcess({"token", "get"});
+    timeline_.check(waitForRefreshes(1), "the backend is about to exchange the refresh token");
+    process.interrupt();
+    timeline_.check(!process.wait(patience).has_value(), "the process ends by the signal");
+    const auto after = must(stack_->store().loadOAuth2Credentials());
+    timeline_.check(after && !haveSameTokens(*after, *before), "not before the new credentials were stored");
+    checkRequests({refreshAnswered});
+  }
+
   void recoverSilently() {
     timeline_.chapter("The refresh token is refused, and there is a session of the cookie era");
     letTokenExpire();
@@ -206,6 +222,22 @@ class Tour {
     timeline_.check(status == 1 && answers.failed == 1, "the caller gets the backend's refusal");
     timeline_.check(answers.logoutRequested, "the app is asked to sign the user out");
     checkRequests({refreshRefused});
+  }
+
+  void holdSignOut() {
+    timeline_.chapter("The user signs out while another process refreshes");
+    const auto minted = must(backend_->mintCredentials(user_));
+    must(stack_->store().storeOAuth2Credentials(
+        OAuth2Credentials{minted.accessToken, minted.refreshToken, clock_->now()}));
+    backend_->addFault(refreshRoute, {.delay = milliseconds(500)});
+    auto process = startProcess({"token", "get"});
+    timeline_.check(waitForRefreshes(1), "the backend is about to exchange the refresh token");
+    must(stack_->store().signOut());
+    const auto status = process.wait(patience);
+    timeline_.check(status == 1 && process.output().contains("OAuth2Error.credentialsNotFound"),
+                    "its caller learns that nobody is signed in");
+    timeline_.check(!must(stack_->store().loadOAuth2Credentials()), "the late answer does not undo the sign-out");
+    checkRequests({refreshAnswered});
   }
 
   /// Takes a token that lives half a minute: in its last minute a token counts as expired.

@@ -90,6 +90,10 @@ GroupProcess::~GroupProcess() {
   }
 }
 
+void GroupProcess::interrupt() {
+  if (identifier_ > 0) ::kill(identifier_, SIGINT);
+}
+
 void GroupProcess::kill() {
   if (identifier_ > 0) ::kill(identifier_, SIGKILL);
 }

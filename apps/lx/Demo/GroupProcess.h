@@ -30,6 +30,9 @@ class GroupProcess {
   /// Waits for its end; the exit status, or nothing when a signal ended it or time is up.
   std::optional<int> wait(std::chrono::milliseconds timeout);
 
+  /// SIGINT.
+  void interrupt();
+
   /// SIGKILL.
   void kill();
 
