@@ -144,6 +144,13 @@ TEST_F(WaitingForAnotherProcess, AtTheBoundAndAtAFailureGoodCredentialsInTheStor
   stack.keep(stack.tokens("late"));
   stack.clock->manual.advance(std::chrono::seconds(61));
   EXPECT_TRUE(stack.happens("get second access-late"));
+  stack.keepExpiring();
+  stack.get("third");
+  ASSERT_TRUE(stack.happens("log2 File already locked", 3));
+  ASSERT_TRUE(stack.waits());
+  stack.clock->manual.advance(std::chrono::seconds(61));
+  EXPECT_TRUE(stack.happens("get third OAuth2Error.credentialsRefreshGenericError"));
+  EXPECT_EQ(stack.posted("Failure"), 1U) << "only the other process's own";
 }
 
 TEST(CredentialsGroup, CredentialsThatAnotherProcessHasExchangedAreNotSentAgain) {

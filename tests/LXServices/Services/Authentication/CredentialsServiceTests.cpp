@@ -200,6 +200,13 @@ TEST_F(Recovery, TakesWhatTheStoreHasGotMeanwhile) {
   EXPECT_EQ(stack.events.count("logout"), 0U);
 }
 
+TEST_F(Recovery, RefreshesWhatTheStoreHasGotMeanwhileIfItExpires) {
+  stack.keep(stack.tokens("expiring", std::chrono::seconds(10)));
+  silent->promise.complete(fail(UnwrapError{"too late anyway"}));
+  ASSERT_TRUE(stack.answers(1, stack.tokens("new")));
+  EXPECT_TRUE(stack.happens("get caller access-new"));
+}
+
 TEST_F(CredentialsService, AnInvalidRefreshTokenAndAStoreThatCannotBeReadAreNoReasonToSignOut) {
   stack.keepExpiring();
   const auto old = *stack.store->records().credentials;
@@ -432,7 +439,8 @@ TEST_F(CredentialsService, ALateAnswerDoesNotOverwriteWhatWasStoredSince) {
 }
 
 TEST_F(CredentialsService, AnAnswerIsKeptWhileTheStoreCannotBeRead) {
-  for (std::size_t round = 0; round < 2; ++round) {
+  // Until it is stored, a pair is dropped as soon as the store holds anything but what it replaces.
+  for (std::size_t round = 0; round < 3; ++round) {
     stack.keepExpiring();
     stack.get("first");
     ASSERT_TRUE(stack.happens("request refresh-old", round + 1));
@@ -441,11 +449,13 @@ TEST_F(CredentialsService, AnAnswerIsKeptWhileTheStoreCannotBeRead) {
     ASSERT_TRUE(stack.happens("get first access-new", round + 1));
     EXPECT_EQ(storedToken(), "access-old");
     if (round == 1) stack.store->setRecords({});
+    if (round == 2) stack.keep(stack.tokens("other-user"));
     stack.store->failLoads(std::nullopt);
     stack.get("later");
+    EXPECT_EQ(stack.store->records().credentials.has_value(), round != 1) << "a sign-out was undone";
   }
-  EXPECT_THAT(events({"get later"}), ElementsAre("get later access-new", "get later OAuth2Error.credentialsNotFound"));
-  EXPECT_FALSE(stack.store->records().credentials) << "a sign-out was undone";
+  EXPECT_THAT(events({"get later"}), ElementsAre("get later access-new", "get later OAuth2Error.credentialsNotFound",
+                                                 "get later access-other-user"));
 }
 
 TEST_F(CredentialsService, WorksWithoutALockFile) {
