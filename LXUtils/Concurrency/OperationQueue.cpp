@@ -107,6 +107,7 @@ std::size_t MainQueue::drain() {
 }
 
 void MainQueue::pumpUntil(const std::atomic<bool>& done) {
+  const detail::ContinuationNesting::Wait wait;
   std::unique_lock lock(state_->mutex);
   while (!done) {
     if (!state_->runOne(lock)) state_->changed.wait(lock, [&] { return done || !state_->work.empty(); });
@@ -127,6 +128,7 @@ bool MainQueue::runUntil(const std::function<bool()>& done, std::chrono::millise
   const auto clock = Clock::system();
   const auto longest = std::chrono::floor<std::chrono::milliseconds>(Clock::Duration::max());
   const auto deadline = Clock::deadline(clock->steadyNow(), std::min(timeout, longest));
+  const detail::ContinuationNesting::Wait wait;
   std::unique_lock lock(state_->mutex);
   while (true) {
     // `done` is looked at without the lock, so that a wake during the look must be remembered.

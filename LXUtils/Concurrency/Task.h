@@ -99,7 +99,8 @@ struct Bound {
 /// where the task completes (on the attaching thread if it has completed already). Those that take a weak `target`
 /// call `f(target, ...)`. If the target is gone, a side effect is skipped and the result passes on; where the target's
 /// answer was needed, the resulting task is cancelled. A chain may have any length: continuations that would be nested
-/// too deep run after the one that leads to them, before the outermost completion returns.
+/// too deep run after the one that leads to them, before the outermost completion returns. An exception of a
+/// continuation is logged, and the task that it should have completed is cancelled.
 ///
 /// Cancelling a task made by a continuation cancels the task it was made from, too.
 template <class T>
@@ -361,8 +362,7 @@ class Promise {
   void completeAs(const detail::SharedResult<T>& result) { state_->completeAs(result); }
 
   void abandon() {
-    // Nearly always completed by now, and an error costs memory.
-    if (state_ && !state_->isCompleted()) state_->complete(fail(TaskError::cancelled));
+    if (state_) state_->abandon();
   }
 
   std::shared_ptr<detail::TaskState<T>> state_;

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -24,32 +25,66 @@ inline const TaskError TaskError::cancelled{};
 
 namespace detail {
 
-// How deep continuations are nested on a thread, and those that must wait because they would go too deep.
-struct ContinuationNesting {
+// The result of every task whose producer was destroyed. Copying it takes no memory.
+const Error& cancellation();
+
+// Bounds how deep continuations are nested on a thread. Those that would be nested deeper run as soon as the innermost
+// one returns: a chain of any length needs a bounded stack.
+class ContinuationNesting {
+ public:
+  // Runs `work` now or, at the limit, after the innermost continuation. An exception of `work` is logged.
+  template <class Work>
+  static void run(Work work) noexcept {
+    auto& nesting = ofThisThread();
+    if (nesting.depth_ == limit && nesting.defer(work)) return;
+    ++nesting.depth_;
+    contain(work);
+    if (nesting.depth_ == limit && !nesting.deferred_.empty()) nesting.runDeferred();
+    --nesting.depth_;
+  }
+
+  template <class Work>
+  static void contain(Work& work) noexcept {
+    try {
+      work();
+    } catch (...) {
+      logException();
+    }
+  }
+
+  // A continuation that waits on its own thread runs what is deferred first, and defers nothing meanwhile.
+  class Wait {
+   public:
+    Wait();
+    ~Wait() { ofThisThread().depth_ = outerDepth_; }
+    Wait(const Wait&) = delete;
+    Wait& operator=(const Wait&) = delete;
+
+   private:
+    const int outerDepth_;
+  };
+
+ private:
   static constexpr int limit = 50;
+
   static ContinuationNesting& ofThisThread();
+  static void logException() noexcept;
 
-  int depth = 0;
-  std::vector<std::move_only_function<void()>> deferred;
+  // Without memory to defer it, `work` stays as it is.
+  template <class Work>
+  bool defer(Work& work) noexcept {
+    try {
+      deferred_.emplace_back(std::move(work));
+      return true;
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+  }
+  void runDeferred() noexcept;
+
+  int depth_ = 0;
+  std::vector<std::move_only_function<void()>> deferred_;
 };
-
-// Runs `work` now, or, if too many continuations are nested on this thread, as soon as the innermost of them returns:
-// a chain of any length needs a bounded stack.
-template <class Work>
-void runNested(Work work) {
-  auto& nesting = ContinuationNesting::ofThisThread();
-  if (nesting.depth == ContinuationNesting::limit) {
-    nesting.deferred.emplace_back(std::move(work));
-    return;
-  }
-  ++nesting.depth;
-  work();
-  while (nesting.depth == ContinuationNesting::limit && !nesting.deferred.empty()) {
-    auto deferred = std::exchange(nesting.deferred, {});
-    for (auto& next : deferred) next();
-  }
-  --nesting.depth;
-}
 
 // A completed task's result: it passes from task to task without a copy.
 template <class T>
@@ -68,15 +103,20 @@ class TaskState : public std::enable_shared_from_this<TaskState<T>> {
     completeWith([&] { source_ = other; });
   }
 
+  // Completes the task as cancelled without calling the cancel handler.
+  void abandon() {
+    completeWith([&] { own_.emplace(fail(cancellation())); });
+  }
+
   // Completes the task as cancelled and calls the cancel handler, in this order; neither if the task has completed.
   void cancel() {
     std::move_only_function<void()> handler;
     completeWith([&] {
-      own_.emplace(fail(TaskError::cancelled));
+      own_.emplace(fail(cancellation()));
       isCancelled_ = true;
       handler = std::move(cancelHandler_);
     });
-    if (handler) runNested(std::move(handler));
+    if (handler) ContinuationNesting::run(std::move(handler));
   }
 
   void onCancel(std::move_only_function<void()> handler) {
@@ -103,7 +143,8 @@ class TaskState : public std::enable_shared_from_this<TaskState<T>> {
         return;
       }
     }
-    continuation(shared());
+    ContinuationNesting::run(
+        [continuation = std::move(continuation), result = shared()]() mutable { continuation(result); });
   }
 
   std::optional<Result<T>> result() const {
@@ -125,8 +166,11 @@ class TaskState : public std::enable_shared_from_this<TaskState<T>> {
       unused = std::move(cancelHandler_);
     }
     if (continuations.empty()) return;
-    runNested([continuations = std::move(continuations), result = shared()]() mutable {
-      for (auto& continuation : continuations) continuation(result);
+    ContinuationNesting::run([continuations = std::move(continuations), result = shared()]() mutable {
+      for (auto& continuation : continuations) {
+        const auto call = [&] { continuation(result); };
+        ContinuationNesting::contain(call);
+      }
     });
   }
 

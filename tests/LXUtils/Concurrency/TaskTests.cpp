@@ -1,3 +1,4 @@
+#include <new>
 #include <string>
 #include <thread>
 
@@ -140,6 +141,52 @@ TEST(Task, ChainsOfAnyLengthCompleteCancelAndEndWithoutDeepRecursion) {
   for (int i = 0; i < length; ++i) task = task.catch_([](const Error& error) { return Task<int>::failure(error); });
   abandoned.reset();
   EXPECT_TRUE(isCancelled(task));
+}
+
+TEST(Task, ContinuationsKeepTheirOrderAndMayWaitHoweverDeepTheyAreNested) {
+  for (int depth = 0; depth < 60; ++depth) {
+    Promise<int> promise;
+    auto task = promise.task();
+    for (int i = 0; i < depth; ++i) task = task.map([](int v) { return v; });
+    std::string seen;
+    bool hasWaited = false;
+    task.finally([&](const Result<int>&) {
+      Promise<int> inner;
+      const auto innerTask = inner.task();
+      innerTask.finally([&](const Result<int>&) { seen += "1"; });
+      inner.complete(1);
+      innerTask.finally([&](const Result<int>&) { seen += "2"; });
+      const auto queued = Task<int>::success(1).map([](int v) { return v; }, MainQueue::shared());
+      hasWaited = MainQueue::shared()->runUntil(
+          [&] { return queued.map([](int v) { return v; }).result().has_value(); }, std::chrono::seconds(5));
+    });
+    promise.complete(1);
+    ASSERT_EQ(seen, "12") << depth;
+    ASSERT_TRUE(hasWaited) << depth;
+  }
+}
+
+Task<int> countDown(int count) {
+  return count == 0 ? Task<int>::success(0) : Task<int>::success(count - 1).then(countDown);
+}
+
+TEST(Task, AStepThatIsDueAtOnceMayTakeItselfAgainWithoutDeepRecursion) {
+  EXPECT_EQ(countDown(100'000).result()->value(), 0);
+}
+
+TEST(Task, ExceptionsOfContinuationsCancelTheirTasksAndNoOthers) {
+  const auto worker = DispatchQueue::makeSerial("worker");
+  for (int round = 0; round < 200; ++round) {
+    auto promise = std::make_shared<Promise<int>>();
+    const auto thrown = promise->task().map([](int) -> int { throw std::bad_alloc(); });
+    const auto sibling = promise->task().map([](int v) { return v + 1; });
+    worker->async([&] { promise->complete(round); });
+    worker->sync([] {});
+    ASSERT_TRUE(isCancelled(thrown));
+    ASSERT_EQ(sibling.result()->value_or(-1), round + 1);
+    const auto abandoned = Promise<int>().task().catch_([](const Error&) -> Task<int> { throw std::bad_alloc(); });
+    ASSERT_TRUE(isCancelled(abandoned));
+  }
 }
 
 TEST(Task, AnObserverOfABoolIsNotTakenForItsValue) {
