@@ -57,6 +57,10 @@ template <class F, class T>
 concept ValueObserver =
     (std::is_void_v<T> && std::invocable<F&>) || (!std::is_void_v<T> && std::invocable<F&, const NonVoid<T>&>);
 
+// True for a lambda that would be converted to a Task<bool>'s value.
+template <class F, class T>
+concept ConvertedFunction = std::same_as<T, bool> && std::convertible_to<F, bool> && requires { &F::operator(); };
+
 // A continuation without a target.
 template <class F>
 struct Unbound {
@@ -179,6 +183,9 @@ class Task {
   Task success(F f, QueueRef queue = {}) const {
     return observeValue(detail::Unbound<F>{std::move(f)}, std::move(queue));
   }
+  template <detail::ConvertedFunction<T> F>
+    requires(!detail::ValueObserver<F, T>)
+  Task success(F f) const = delete;
   template <class Target, class F>
   Task success(std::weak_ptr<Target> target, F f, QueueRef queue = {}) const {
     return observeValue(detail::Bound<Target, F>{std::move(target), std::move(f)}, std::move(queue));

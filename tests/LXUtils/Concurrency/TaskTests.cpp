@@ -25,6 +25,9 @@ bool isCancelled(const auto& task) {
   return result && !*result && result->error().template is<TaskError>(TaskError::cancelled);
 }
 
+template <class T, class F>
+concept CanObserve = requires(const T& task, F f) { task.success(f); };
+
 TEST(Task, TransformationsCarryTheValueAndSkipOverAnError) {
   Promise<int> good;
   Promise<int> bad;
@@ -195,6 +198,7 @@ TEST(Task, AnObserverOfABoolIsNotTakenForItsValue) {
   const auto task = Task<bool>::success(true);
   task.success([&](bool value) { seen = value; });
   task.success([](bool value) { isSeenWithoutCapture = value; });
+  static_assert(!CanObserve<Task<bool>, decltype([] {})>);
   EXPECT_TRUE(seen);
   EXPECT_TRUE(isSeenWithoutCapture);
 }
