@@ -10,8 +10,12 @@ const Error& cancellation() {
   return error;
 }
 
+namespace {
+
 // Made while there is memory.
 [[maybe_unused]] const Error& madeEarly = cancellation();
+
+}  // namespace
 
 ContinuationNesting& ContinuationNesting::ofThisThread() {
   static thread_local ContinuationNesting nesting;
