@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -117,6 +118,24 @@ class RecordingDelegate final : public OAuth2CredentialsServiceDelegate {
   EventLog& events_;
 };
 
+/// Counts the callers whose completion still exists, called or not.
+class Callers {
+ public:
+  std::shared_ptr<void> add() {
+    ++*count_;
+    return {nullptr, [count = count_](void*) {
+              --*count;
+              MainQueue::shared()->wake();
+            }};
+  }
+  void waitForAll() const {
+    MainQueue::shared()->runUntil([this] { return *count_ == 0; }, std::chrono::seconds(20));
+  }
+
+ private:
+  const std::shared_ptr<std::atomic<int>> count_ = std::make_shared<std::atomic<int>>(0);
+};
+
 /// One process of an app group: the credentials service on a real lock file and real notifications, in virtual time.
 /// Several on one folder are several processes, as far as the service can tell.
 struct CredentialsStack {
@@ -131,6 +150,14 @@ struct CredentialsStack {
       center->addObserver(name, MainQueue::shared(), [] {});
     }
   }
+
+  // The service answers on its own queue: nothing that it calls goes before it has.
+  ~CredentialsStack() {
+    service.reset();
+    callers.waitForAll();
+  }
+  CredentialsStack(const CredentialsStack&) = delete;
+  CredentialsStack& operator=(const CredentialsStack&) = delete;
 
   OAuth2Credentials tokens(const std::string& name, std::chrono::seconds lifetime = std::chrono::hours(1)) const {
     return {"access-" + name, "refresh-" + name, clock->now() + lifetime};
@@ -150,12 +177,12 @@ struct CredentialsStack {
   }
 
   void get(const std::string& name) {
-    service->getOAuth2Credentials([this, name](Result<OAuth2Credentials> result) {
+    service->getOAuth2Credentials([this, name, caller = callers.add()](Result<OAuth2Credentials> result) {
       events.add("get " + name + " " + (result ? result->accessToken : result.error().typeName()));
     });
   }
   void forceRefresh(const std::string& name) {
-    service->refreshOAuth2Credentials([this, name](Result<void> result) {
+    service->refreshOAuth2Credentials([this, name, caller = callers.add()](Result<void> result) {
       events.add("refresh " + name + " " + (result ? std::string("done") : result.error().typeName()));
     });
   }
@@ -195,6 +222,7 @@ struct CredentialsStack {
   static Error invalidRefreshToken() { return serverError(401, "Invalid refresh token"); }
 
   const std::string group;
+  Callers callers;
   EventLog events;
   std::shared_ptr<DarwinNotificationCenter> center = DarwinNotificationCenter::forFolder(group + "/notifications");
   std::shared_ptr<WakingClock> clock = std::make_shared<WakingClock>();
