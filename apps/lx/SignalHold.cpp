@@ -1,10 +1,13 @@
 #include "lx/SignalHold.h"
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <string_view>
 
 #include <unistd.h>
+
+#include "LXUtils/Concurrency/OperationQueue.h"
 
 namespace lx::tool {
 namespace {
@@ -45,6 +48,11 @@ void holdSignals() {
   }
 }
 
+void SignalHold::waitForAll() {
+  constexpr std::chrono::minutes longestExchange{1};
+  MainQueue::shared()->runUntil([] { return holds <= 0; }, longestExchange);
+}
+
 SignalHold::SignalHold() {
   int current = holds;
   while (current == ending || !holds.compare_exchange_weak(current, current + 1)) {
@@ -57,6 +65,7 @@ SignalHold::SignalHold() {
 SignalHold::~SignalHold() {
   --holds;
   if (const int signal = heldSignal) endUnlessHeld(signal);
+  MainQueue::shared()->wake();
 }
 
 }  // namespace lx::tool

@@ -9,6 +9,9 @@ void holdSignals();
 /// Exists while a pair of tokens is being exchanged and stored: a process that ends in between loses the sign-in.
 class SignalHold {
  public:
+  /// Pumps the main queue until there is no hold, for as long as an exchange with all its attempts can take.
+  static void waitForAll();
+
   SignalHold();
   ~SignalHold();
   SignalHold(const SignalHold&) = delete;

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include "LXUtils/Network/CurlURLSession.h"
 
 #include "lx/HoldingStorage.h"
+#include "lx/SignalHold.h"
 #include "lx/ToolError.h"
 
 namespace lx::tool {
@@ -111,6 +113,14 @@ Result<std::unique_ptr<Stack>> Stack::make(const GlobalOptions& options) {
       std::make_shared<HoldingStorage>(*store), *lockFile);
   stack->credentialsService().setDelegate(stack->logoutRequest_);
   return stack;
+}
+
+Stack::~Stack() {
+  try {
+    SignalHold::waitForAll();
+  } catch (const std::exception&) {
+    std::fputs("lx: New credentials that were on their way may be lost\n", stderr);
+  }
 }
 
 Timer Stack::noticeAfterASecond() const {

@@ -36,6 +36,11 @@ class Stack {
  public:
   static Result<std::unique_ptr<Stack>> make(const GlobalOptions& options);
 
+  /// Waits until a refresh that has outlived its command has stored its outcome.
+  ~Stack();
+  Stack(const Stack&) = delete;
+  Stack& operator=(const Stack&) = delete;
+
   const std::shared_ptr<BackendDefaultEnvironment>& environment() const { return environment_; }
   FileCredentialsStorage& store() { return *store_; }
   URLSession& session() { return *session_; }

@@ -167,6 +167,16 @@ TEST_F(ToolSession, ABoundOfTheCallEndsTheWaitForAServerThatDoesNotAnswer) {
   EXPECT_THAT(run.err, HasSubstr("URLSessionError.timedOut"));
 }
 
+TEST_F(ToolSession, ABoundThatEndsACallLeavesTimeToStoreThePairUnderWay) {
+  ASSERT_EQ(lx({"anonymous"}).status, 0);
+  backend->addFault("GET /v4/api/user",
+                    {.effect = Fault::Status{.status = 401}, .delay = std::chrono::milliseconds(900)});
+  backend->addFault(std::string("POST ") + tokenPath + " refresh_token", {.delay = std::chrono::milliseconds(1000)});
+  EXPECT_THAT(lx({"user", "--timeout", "1.5", "--json"}).err, HasSubstr("URLSessionError.timedOut"));
+  EXPECT_EQ(backend->journal().count(tokenPath, "refresh_token"), 1U);
+  EXPECT_EQ(lx({"token", "refresh"}).status, 0);
+}
+
 TEST_F(ToolSession, WhatAServerSaysDoesNotActOnATerminal) {
   ASSERT_EQ(lx({"anonymous"}).status, 0);
   backend->addFault("GET /v4/api/user",
