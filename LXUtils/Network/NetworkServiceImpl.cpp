@@ -118,7 +118,8 @@ Task<NetworkResponse> NetworkServiceImpl::startCall(URLRequest request, Attempt 
   call->onCancel([weak = std::weak_ptr(call)] {
     if (const auto cancelled = weak.lock()) cancelled->complete(fail(TaskError::cancelled));
   });
-  if (const auto timeout = session_->callTimeout()) {
+  // A request with a time-out of its own is not cut short: it may spend a token that is good once.
+  if (const auto timeout = request.timeout ? std::nullopt : session_->callTimeout()) {
     call->setTimer(clock_->after(*timeout, delegateQueue_, [weak = std::weak_ptr(call)] {
       const auto late = weak.lock();
       if (late) late->complete(fail(URLSessionError{URLSessionError::Kind::timedOut, "the bound of the whole call"}));

@@ -28,7 +28,8 @@ struct URLSessionConfiguration {
   std::chrono::milliseconds timeout = std::chrono::seconds(60);
 
   /// The longest that a whole call of a network service may take, all attempts, refreshes and delays included. Then the
-  /// call fails with URLSessionError timedOut. No bound if absent.
+  /// call fails with URLSessionError timedOut. No bound if absent, and none for requests with a time-out of their own,
+  /// such as those to the token endpoint: a refresh that is cut short can lose the sign-in.
   std::optional<std::chrono::milliseconds> callTimeout = std::nullopt;
 
   /// The longest that making one connection may take, the TLS handshake included.
